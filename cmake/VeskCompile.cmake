@@ -1,0 +1,42 @@
+# vesk_compile(TARGET): warnings, hardening, sanitizers and coverage as this build was configured.
+include_guard()
+
+set(VESK_WARNINGS
+    -Wall -Wextra -Wpedantic -Wconversion -Wsign-conversion -Wshadow -Wformat=2 -Wundef -Wcast-align
+    -Wcast-qual -Wdouble-promotion -Wimplicit-fallthrough -Wvla)
+set(VESK_CXX_WARNINGS -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wextra-semi)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    list(APPEND VESK_WARNINGS -Wduplicated-cond -Wduplicated-branches -Wlogical-op)
+    list(APPEND VESK_CXX_WARNINGS -Wuseless-cast -Wsuggest-override)
+endif()
+if(VESK_WERROR)
+    list(APPEND VESK_WARNINGS -Werror)
+endif()
+
+set(VESK_HARDENING -fstack-protector-strong -fstack-clash-protection)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64|i.86")
+    list(APPEND VESK_HARDENING -fcf-protection)
+endif()
+set(VESK_LINK_HARDENING -Wl,-z,relro,-z,now,-z,noexecstack -Wl,--as-needed)
+
+if(VESK_SANITIZE)
+    set(VESK_INSTRUMENT "-fsanitize=${VESK_SANITIZE}" -fno-sanitize-recover=all -fno-omit-frame-pointer)
+else()
+    # The sanitizers resolve their runtime when the program is linked, so only plain builds ask for this.
+    set(VESK_LIBRARY_LINK -Wl,-z,defs)
+endif()
+if(VESK_COVERAGE)
+    list(APPEND VESK_INSTRUMENT --coverage)
+endif()
+
+function(vesk_compile target)
+    target_compile_options(${target} PRIVATE
+        ${VESK_WARNINGS} $<$<COMPILE_LANGUAGE:CXX>:${VESK_CXX_WARNINGS}> ${VESK_HARDENING} ${VESK_INSTRUMENT})
+    target_compile_definitions(${target} PRIVATE
+        $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2> $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+    target_link_options(${target} PRIVATE ${VESK_LINK_HARDENING} ${VESK_INSTRUMENT})
+    get_target_property(type ${target} TYPE)
+    if(type STREQUAL "SHARED_LIBRARY")
+        target_link_options(${target} PRIVATE ${VESK_LIBRARY_LINK})
+    endif()
+endfunction()
