@@ -1,0 +1,74 @@
+# vesk_test(TARGET TIER pure|sandboxed|live SOURCES file...
+#     [LIBRARIES target...] [LABELS label...] [SANDBOX_OPTIONS option...] [TIMEOUT seconds])
+#
+# Builds a GoogleTest program and registers each of its tests as a ctest of its own, "TARGET.Suite.Test", labelled
+# with its tier. The tests of the tiers sandboxed and live run through the launcher of their ground, each in a
+# fresh one; the build itself only lists them, which needs no ground. A test that is skipped, or whose ground the
+# machine cannot make, counts as skipped.
+include_guard()
+
+find_package(GTest REQUIRED)
+
+set(VESK_TEST_CMAKE_DIR ${CMAKE_CURRENT_LIST_DIR})
+
+# The command in front of a test program of that tier.
+function(vesk_test_launcher tier options result)
+    set(build --bind)
+    if(VESK_COVERAGE)
+        set(build --bind-rw)
+    endif()
+    set(folders --bind ${CMAKE_SOURCE_DIR} ${build} ${CMAKE_BINARY_DIR})
+    set(command "")
+    if(tier STREQUAL "sandboxed")
+        set(command $<TARGET_FILE:vesk-sandbox> ${folders} --platform ${CMAKE_BINARY_DIR}/tests/platform-tools
+            ${options} --)
+    elseif(tier STREQUAL "live")
+        set(command $<TARGET_FILE:vesk-live> ${folders} ${options} --)
+    endif()
+    set(${result} ${command} PARENT_SCOPE)
+endfunction()
+
+function(vesk_test target)
+    cmake_parse_arguments(TEST "" "TIER;TIMEOUT" "SOURCES;LIBRARIES;LABELS;SANDBOX_OPTIONS" ${ARGN})
+    if(NOT TEST_TIER MATCHES "^(pure|sandboxed|live)$")
+        message(FATAL_ERROR "vesk_test(${target}): TIER is '${TEST_TIER}'; it must be pure, sandboxed or live")
+    endif()
+    if(NOT TEST_TIMEOUT)
+        set(TEST_TIMEOUT 60)
+    endif()
+
+    add_executable(${target} ${TEST_SOURCES})
+    vesk_compile(${target})
+    target_link_libraries(${target} PRIVATE
+        ${TEST_LIBRARIES} vesk_test_main_${TEST_TIER} vesk_test_support GTest::gmock)
+    if(TEST_TIER STREQUAL "sandboxed")
+        add_dependencies(${target} vesk-sandbox systemctl-stand-in)
+    elseif(TEST_TIER STREQUAL "live")
+        add_dependencies(${target} vesk-live)
+    endif()
+
+    vesk_test_launcher(${TEST_TIER} "${TEST_SANDBOX_OPTIONS}" launcher)
+    set(settings ${CMAKE_CURRENT_BINARY_DIR}/${target}_settings.cmake)
+    set(tests ${CMAKE_CURRENT_BINARY_DIR}/${target}_tests.cmake)
+    file(GENERATE OUTPUT ${settings} CONTENT
+"set(target [[${target}]])
+set(program [[$<TARGET_FILE:${target}>]])
+set(launcher [[${launcher}]])
+set(labels [[${TEST_TIER};${TEST_LABELS}]])
+set(timeout [[${TEST_TIMEOUT}]])
+set(folder [[${CMAKE_CURRENT_BINARY_DIR}]])
+set(tests [[${tests}]])
+")
+    add_custom_command(TARGET ${target} POST_BUILD
+        COMMAND ${CMAKE_COMMAND} -D SETTINGS=${settings} -P ${VESK_TEST_CMAKE_DIR}/VeskListTests.cmake
+        BYPRODUCTS ${tests} VERBATIM)
+    set(include ${CMAKE_CURRENT_BINARY_DIR}/${target}_include.cmake)
+    file(WRITE ${include}
+"if(EXISTS [[${tests}]])
+    include([[${tests}]])
+else()
+    add_test([[${target}_NOT_BUILT]] [[${target}_NOT_BUILT]])
+endif()
+")
+    set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${include})
+endfunction()

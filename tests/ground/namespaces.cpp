@@ -1,0 +1,108 @@
+#include "namespaces.hpp"
+
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <linux/capability.h>
+#include <sched.h>
+#include <sys/prctl.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "descriptor.hpp"
+#include "error.hpp"
+
+namespace VeskGround
+{
+
+namespace
+{
+
+constexpr unsigned long kNamespaces =
+    CLONE_NEWNS | CLONE_NEWPID | CLONE_NEWIPC | CLONE_NEWUTS | CLONE_NEWNET | CLONE_NEWCGROUP;
+
+void MapToRoot(pid_t child, uid_t user, gid_t group)
+{
+    const std::string folder = "/proc/" + std::to_string(child);
+    WriteFile(folder + "/uid_map", "0 " + std::to_string(user) + " 1\n", 0644);
+    WriteFile(folder + "/setgroups", "deny\n", 0644);
+    WriteFile(folder + "/gid_map", "0 " + std::to_string(group) + " 1\n", 0644);
+}
+
+// The parent says one byte when the child may go on; a parent that died instead leaves an end of file.
+void WaitForParent(Pipe& start)
+{
+    start.write.Close();
+    Require(prctl(PR_SET_PDEATHSIG, SIGKILL), "tie to", "the parent's life");
+    char byte = 0;
+    if (read(start.read.Get(), &byte, 1) != 1) {
+        _exit(kExitSetupFailed);
+    }
+}
+
+} // namespace
+
+pid_t SpawnInNamespaces(const std::function<int()>& first)
+{
+    const bool asRoot = geteuid() == 0;
+    const uid_t user = geteuid();
+    const gid_t group = getegid();
+    Pipe start = MakePipe();
+    const unsigned long flags = kNamespaces | SIGCHLD | (asRoot ? 0UL : CLONE_NEWUSER);
+    const auto child = static_cast<pid_t>(syscall(SYS_clone, flags, nullptr, nullptr, nullptr, 0));
+    if (child < 0) {
+        ThrowRefused("make", "the namespaces");
+    }
+    if (child == 0) {
+        WaitForParent(start);
+        _exit(first());
+    }
+    if (!asRoot) {
+        MapToRoot(child, user, group);
+    }
+    WriteAll(start.write.Get(), "x", "the start pipe");
+    return child;
+}
+
+int ExitCodeOf(int waitStatus)
+{
+    return WIFEXITED(waitStatus) ? WEXITSTATUS(waitStatus) : 128 + WTERMSIG(waitStatus);
+}
+
+int WaitForExitCode(pid_t child)
+{
+    int status = 0;
+    while (waitpid(child, &status, 0) != child) {
+        if (errno != EINTR) {
+            ThrowErrno("wait for", "the sandbox");
+        }
+    }
+    return ExitCodeOf(status);
+}
+
+int ReportErrors(const std::string& program, const std::function<int()>& body)
+{
+    try {
+        return body();
+    } catch (const Error& error) {
+        const char* kind = error.ExitCode() == kExitUnsupported ? "skipped, no sandbox here: " : "";
+        std::fprintf(stderr, "%s: %s%s\n", program.c_str(), kind, error.what());
+        return error.ExitCode();
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "%s: %s\n", program.c_str(), error.what());
+        return kExitSetupFailed;
+    }
+}
+
+void DropMachineRights()
+{
+    constexpr std::array<int, 9> rights = {CAP_SYS_MODULE, CAP_SYS_RAWIO, CAP_MKNOD,
+                                           CAP_SYS_TIME,   CAP_SYSLOG,    CAP_AUDIT_CONTROL,
+                                           CAP_AUDIT_READ, CAP_MAC_ADMIN, CAP_SYS_BOOT};
+    for (const int right : rights) {
+        Require(prctl(PR_CAPBSET_DROP, right, 0, 0, 0), "drop", "capability " + std::to_string(right));
+    }
+}
+
+} // namespace VeskGround
