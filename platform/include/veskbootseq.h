@@ -8,11 +8,20 @@
 extern "C" {
 #endif
 
+#ifdef __GNUC__
+#    pragma GCC visibility push(default)
+#endif
+
 /**
- * The current boot step: the decimal number in "/run/veskbootseq/step", -1 when there is none.
+ * The current boot step: the decimal number in "/run/veskbootseq/step", -1 when there is none, or
+ * anything else than a number of digits.
  * Thread-safe; reads one small file.
  */
 int VESKSystemGetBootStep(void);
+
+#ifdef __GNUC__
+#    pragma GCC visibility pop
+#endif
 
 #ifdef __cplusplus
 }

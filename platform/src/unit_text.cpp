@@ -1,0 +1,293 @@
+#include "unit_text.h"
+
+#include <algorithm>
+
+namespace VESK::Platform
+{
+namespace
+{
+
+constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kComments = "#;";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+/** What ends a line: a carriage return and a line feed in a row, in either order, end one. */
+constexpr std::string_view kLineEnds("\n\r\0", 3);
+
+std::string_view Strip(std::string_view text)
+{
+    const auto first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos) {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+}
+
+bool IsComment(std::string_view line)
+{
+    const auto text = Strip(line);
+    return !text.empty() && kComments.find(text.front()) != std::string_view::npos;
+}
+
+/** Whether the line's last character is a backslash that no other one escapes. */
+bool ContinuesOnNextLine(std::string_view line)
+{
+    const auto last = line.find_last_not_of('\\');
+    const auto backslashes = line.size() - (last == std::string_view::npos ? 0 : last + 1);
+    return backslashes % 2 == 1;
+}
+
+struct PhysicalLine {
+    /** With its end, as it stands in the file. */
+    std::string_view raw;
+    std::string_view content;
+};
+
+PhysicalLine TakeLine(std::string_view& rest)
+{
+    const auto end = rest.find_first_of(kLineEnds);
+    if (end == std::string_view::npos) {
+        return {std::exchange(rest, {}), rest};
+    }
+    auto length = end + 1;
+    if (length < rest.size()) {
+        const char first = rest[end];
+        const char second = rest[length];
+        length += (first == '\n' && second == '\r') || (first == '\r' && second == '\n') ? 1 : 0;
+    }
+    const PhysicalLine line{rest.substr(0, length), rest.substr(0, end)};
+    rest.remove_prefix(length);
+    return line;
+}
+
+/** A line as it is meant: with those that it continues on, and without the comments between them. */
+struct LogicalLine {
+    std::string_view raw;
+    std::string content;
+    std::string comments;
+    bool isComment = false;
+
+    bool IsBlankOrComment() const { return isComment || Strip(content).empty(); }
+};
+
+class LineReader
+{
+public:
+    explicit LineReader(std::string_view text)
+        : m_rest(text)
+    {
+    }
+
+    /** False at the end of the text. */
+    bool Next(LogicalLine& line)
+    {
+        line = {};
+        const auto start = m_rest;
+        bool continued = false;
+        bool complete = false;
+        while (!complete && !m_rest.empty()) {
+            const auto part = TakePart();
+            line.isComment = !continued && IsComment(part.content);
+            complete = line.isComment || AddPart(line, part, continued);
+        }
+        line.raw = start.substr(0, start.size() - m_rest.size());
+        return !line.raw.empty();
+    }
+
+private:
+    PhysicalLine TakePart()
+    {
+        auto part = TakeLine(m_rest);
+        if (m_atStart && part.content.substr(0, kByteOrderMark.size()) == kByteOrderMark) {
+            part.content.remove_prefix(kByteOrderMark.size());
+        }
+        m_atStart = false;
+        return part;
+    }
+
+    /** Whether the line is complete with it. */
+    static bool AddPart(LogicalLine& line, const PhysicalLine& part, bool& continued)
+    {
+        if (continued && IsComment(part.content)) {
+            line.comments += part.raw;
+            return false;
+        }
+        line.content += part.content;
+        continued = ContinuesOnNextLine(part.content);
+        if (continued) {
+            line.content.back() = ' ';
+        }
+        return !continued;
+    }
+
+    std::string_view m_rest;
+    bool m_atStart = true;
+};
+
+bool LooksLikeHeader(std::string_view line)
+{
+    return !line.empty() && line.front() == '[';
+}
+
+/** The section that a header line opens; none for a header without its closing bracket. */
+std::optional<std::string_view> HeaderSection(std::string_view line)
+{
+    if (line.size() < 2 || line.back() != ']') {
+        return std::nullopt;
+    }
+    return line.substr(1, line.size() - 2);
+}
+
+/** Follows the lines of a text and knows which section they are in. */
+class SectionTracker
+{
+public:
+    explicit SectionTracker(std::string_view section)
+        : m_section(section)
+    {
+    }
+
+    /** True for a header line, of whatever section. */
+    bool TakesHeader(const LogicalLine& line)
+    {
+        const auto text = Strip(line.content);
+        if (line.isComment || !LooksLikeHeader(text)) {
+            return false;
+        }
+        m_isInside = HeaderSection(text) == m_section;
+        return true;
+    }
+
+    bool IsInside() const { return m_isInside; }
+
+private:
+    std::string_view m_section;
+    bool m_isInside = false;
+};
+
+std::string SectionBody(const KeyValues& values)
+{
+    std::string body;
+    for (const auto& [key, value] : values) {
+        body.append(key).append("=").append(value).append("\n");
+    }
+    return body;
+}
+
+std::string SectionHeader(std::string_view section)
+{
+    return std::string("[").append(section).append("]\n");
+}
+
+/** Builds the new text line by line. */
+class SectionReplacer
+{
+public:
+    explicit SectionReplacer(std::string_view section)
+        : m_section(section)
+    {
+    }
+
+    void AddHeaderOfSection(const LogicalLine& line)
+    {
+        if (!m_bodyAt) {
+            m_text += SectionHeader(m_section);
+            m_bodyAt = m_text.size();
+        }
+        m_text += line.comments;
+    }
+
+    /** An assignment of the section goes; the first one says where the new ones stand. */
+    void DropLineOfSection(const LogicalLine& line)
+    {
+        if (!m_hasDropped) {
+            m_bodyAt = m_text.size();
+            m_hasDropped = true;
+        }
+        m_text += line.comments;
+    }
+
+    void Keep(const LogicalLine& line) { m_text += line.raw; }
+
+    std::string Finish(const std::string& body)
+    {
+        if (m_bodyAt) {
+            return m_text.insert(*m_bodyAt, body);
+        }
+        if (!m_text.empty()) {
+            // The blank line also ends a line that would continue on the header.
+            m_text += EndsLine(m_text.back()) ? "\n" : "\n\n";
+        }
+        return m_text + SectionHeader(m_section) + body;
+    }
+
+private:
+    static bool EndsLine(char last) { return kLineEnds.find(last) != std::string_view::npos; }
+
+    std::string_view m_section;
+    std::string m_text;
+    std::optional<std::size_t> m_bodyAt;
+    bool m_hasDropped = false;
+};
+
+bool HasLineEnd(std::string_view text)
+{
+    return text.find_first_of(kLineEnds) != std::string_view::npos;
+}
+
+bool IsWritableKey(std::string_view key)
+{
+    return !key.empty() && Strip(key) == key && key.find('=') == std::string_view::npos && !HasLineEnd(key) &&
+           !LooksLikeHeader(key) && !IsComment(key);
+}
+
+} // namespace
+
+std::optional<std::string> FindSectionValue(std::string_view text, std::string_view section,
+                                            std::string_view key)
+{
+    std::optional<std::string> value;
+    SectionTracker tracker(section);
+    LineReader reader(text);
+    LogicalLine line;
+    while (reader.Next(line)) {
+        if (line.IsBlankOrComment() || tracker.TakesHeader(line) || !tracker.IsInside()) {
+            continue;
+        }
+        const std::string_view content = line.content;
+        const auto equals = content.find('=');
+        if (equals != std::string_view::npos && Strip(content.substr(0, equals)) == key) {
+            value = Strip(content.substr(equals + 1));
+        }
+    }
+    return value;
+}
+
+bool IsWritableSection(std::string_view section, const KeyValues& values)
+{
+    const auto isWritable = [](const auto& pair) {
+        const auto& [key, value] = pair;
+        return IsWritableKey(key) && !HasLineEnd(value) && !ContinuesOnNextLine(key + "=" + value);
+    };
+    return !section.empty() && !HasLineEnd(section) && std::all_of(values.begin(), values.end(), isWritable);
+}
+
+std::string ReplaceSection(std::string_view text, std::string_view section, const KeyValues& values)
+{
+    SectionReplacer replacer(section);
+    SectionTracker tracker(section);
+    LineReader reader(text);
+    LogicalLine line;
+    while (reader.Next(line)) {
+        const bool isHeader = tracker.TakesHeader(line);
+        if (!tracker.IsInside() || line.IsBlankOrComment()) {
+            replacer.Keep(line);
+        } else if (isHeader) {
+            replacer.AddHeaderOfSection(line);
+        } else {
+            replacer.DropLineOfSection(line);
+        }
+    }
+    return replacer.Finish(SectionBody(values));
+}
+
+} // namespace VESK::Platform
