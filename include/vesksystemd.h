@@ -1,0 +1,127 @@
+/**
+ * vesksystemd: control of systemd units, C interface. Valid C99 and C++.
+ *
+ * Conventions, stated once; a declaration below says only what differs.
+ *
+ * Units        A unit is named as systemd names it. A name that does not end in one of the eleven unit types
+ *              (service, socket, device, mount, automount, swap, target, path, timer, slice, scope) is a
+ *              service: "foo" is "foo.service".
+ * Results      An action returns 1 for success and 0 for failure. A query returns its value, -1 for unknown
+ * or failure. Arguments    A null pointer, an empty name or an empty list where one is needed is refused:
+ * nothing is run or written, a line is logged at LOG_ERR, the error record is set to 0x0D00 and the result is
+ * the failure value. Lists        A VLIBCSzList is allocated and freed by the caller; the library only reads
+ * it or pushes to it. The list for failed units may be null, and so may the address of it; it is appended to
+ * only when the action failed, never cleared. Buffers      The caller's. A value that does not fit with its
+ * terminating zero sets 0x0100, fails, and leaves the buffer as it was. Errors       The calling thread's
+ * error record (VLIBCErrGet) tells why a call failed where a code is named here: 0x0D00  invalid argument,
+ * also a unit that must be a service but is not 0x0100  the output buffer is too small 0x0700  the unit has
+ * no unit file 0x8000  systemd answered with an unknown word, or a text could not be split 0x8100  the "Job"
+ * property of a unit could not be read Blocking     An action runs "/usr/bin/systemctl" as a child and
+ * returns when that has ended, which for a blocking action is when the unit's job has ended; there is no
+ * time-out of the library's own. Queries run systemctl too and return at once, as far as the manager answers.
+ * Threads      Every function may be called from any thread. No thread is started and no signal disposition,
+ *              umask, working directory or locale is changed. For a caller that is not root every run of
+ *              systemctl may change the process environment: it must not be read in other threads meanwhile.
+ * Exceptions   None ever leaves a function of this header.
+ * Log          Every operation tells what it does in syslog: LOG_INFO for progress and success, LOG_ERR for
+ *              failures.
+ */
+#ifndef VESKSYSTEMD_H
+#define VESKSYSTEMD_H
+
+#include <stdbool.h>
+#include <stddef.h>
+
+#include <veskcore.h>
+
+#define VESK_API __attribute__((visibility("default")))
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Unit actions -------------------------------------------------------------------------------------- */
+/*
+ * While the system boots (boot steps 0 to 3 and 5) an action may be refused because of a queued job: a start
+ * when one of the units has a start job queued, a stop when one has a stop job, a restart when one has any
+ * job. A refused action fails with all its units.
+ *
+ * The Group forms act on the units of a list in one call of systemctl. On failure they push the units that
+ * systemctl named as failed, by the names that the caller used, to `*ppListFailed`; all of them when
+ * systemctl could not be run.
+ */
+
+/** Starts a unit and waits for it. A start is recorded in the event log, by the units' display names. */
+VESK_API int VESKCSystemdStart(const char* szUnit);
+VESK_API int VESKCSystemdStartGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+
+/** Starts a unit by a job that later conflicting jobs cannot replace, and waits for it. */
+VESK_API int VESKCSystemdStartIrreversibly(const char* szUnit);
+
+/** Stops a unit and waits for it. A stop is recorded in the event log, by the units' display names. */
+VESK_API int VESKCSystemdStop(const char* szUnit);
+VESK_API int VESKCSystemdStopGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+
+/** Restarts a unit, or starts it when it is not running, and waits for it. */
+VESK_API int VESKCSystemdRestart(const char* szUnit);
+VESK_API int VESKCSystemdRestartGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+
+/** Restarts a unit if it is running, and waits for it. A unit that has a stop job queued is left alone. */
+VESK_API int VESKCSystemdTryRestart(const char* szUnit);
+VESK_API int VESKCSystemdTryRestartGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+
+/**
+ * Queues the reload of a unit's configuration and does not wait for it: success means that the job was
+ * queued. A unit that has a stop job queued is left alone.
+ */
+VESK_API int VESKCSystemdReload(const char* szUnit);
+VESK_API int VESKCSystemdReloadGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+
+/** Reloads a unit if it can be reloaded, restarts or starts it otherwise, and waits for it. */
+VESK_API int VESKCSystemdReloadOrRestart(const char* szUnit);
+VESK_API int VESKCSystemdReloadOrRestartGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+
+/* ---- Jobs and unit lists ------------------------------------------------------------------------------- */
+
+/** Whether a job of the unit is queued: 1 or 0. 0x8100 when the manager could not be asked (result 0). */
+VESK_API int VESKCSystemdIsJobEnqueued(const char* szUnit);
+
+/** Pushes the names, without ".service", of all service unit files on disk to `*ppListServices`. */
+VESK_API int VESKCSystemdServiceList(VLIBCSzList** ppListServices);
+
+/* ---- Keys of the unit-file section "X-Veskline" -------------------------------------------------------- */
+/*
+ * All read the unit's file: the first found in /usr/local/lib, /usr/lib, /etc and /run, each followed by
+ * "/systemd/system/". An instance of a template reads the template's file. A unit without a file fails with
+ * 0x0700. A flag is true when its value is exactly "yes", and written only on success.
+ */
+
+/** The display name, "Name", copied to `szName` of `cbName` bytes. Fails when the unit has none. */
+VESK_API int VESKCSystemdNameGet(const char* szUnit, char* szName, size_t cbName);
+
+/** The key of the translated display name, "NameI18n"; else as VESKCSystemdNameGet. */
+VESK_API int VESKCSystemdNameI18nGet(const char* szUnit, char* szNameI18n, size_t cbNameI18n);
+
+/** Whether the platform has the feature named by "SupportKey"; true when the unit names none. */
+VESK_API int VESKCSystemdIsSupportGet(const char* szUnit, bool* pblSupport);
+
+/** The flag "DefaultEnable". */
+VESK_API int VESKCSystemdIsDefaultEnableGet(const char* szUnit, bool* pblDefaultEnable);
+
+/** The flag "InfoCenterDisplay". */
+VESK_API int VESKCSystemdInfoCenterDislayGet(const char* szUnit, bool* pblDisplay);
+
+/** The flag "NanoUpdateDisplay". */
+VESK_API int VESKCSystemdNanoUpdateDislayGet(const char* szUnit, bool* pblDisplay);
+
+/** The flag "SupportOneClickEnable". */
+VESK_API int VESKCSystemdSupportOneClickEnableGet(const char* szUnit, bool* pblOneClickEnable);
+
+/** Pushes the items of "FirewallSections", separated by single spaces in the unit file. */
+VESK_API int VESKCSystemdFirewallSectionsGet(const char* szUnit, VLIBCSzList** ppFirewallSections);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

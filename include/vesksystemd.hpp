@@ -1,0 +1,434 @@
+/**
+ * vesksystemd: control of systemd units, C++ interface. C++17.
+ *
+ * The conventions of vesksystemd.h hold here, with these differences:
+ *
+ * Results      An operation returns true for success and false for failure.
+ * Lists        Unit lists are vectors, in the caller's order, passed to systemctl unchanged and not
+ *              de-duplicated. Output vectors are appended to, never cleared, unless a declaration says
+ *              otherwise; `vecFailed` is appended to only on failure.
+ * Exceptions   Standard exceptions end in a failure result. The exceptions to this are named below, and
+ *              allocation failures outside a run of systemctl pass through.
+ */
+#ifndef VESKSYSTEMD_HPP
+#define VESKSYSTEMD_HPP
+
+#include <cstdint>
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <boost/optional/optional.hpp>
+
+#include "vesksystemd.h"
+
+namespace VESK::Systemd
+{
+
+/* ---- Child processes ----------------------------------------------------------------------------------- */
+
+/**
+ * Runs a program, collects what it prints to its standard output, and tells its exit code.
+ * May be reused; not to be shared between threads.
+ */
+class VESK_API Executor
+{
+public:
+    /**
+     * Runs the program at the absolute path `strPath` and waits for it.
+     * Returns its exit code, 0 to 255; nothing when it could not be run or did not end by itself.
+     */
+    boost::optional<int> Execute(const std::string& strPath, const std::vector<std::string>& vecArguments);
+
+    /** Reads `pStream` to its end and makes that the output. False only for a null stream. */
+    bool ReadOutput(FILE* pStream);
+
+    /** The path and the arguments of the last Execute, joined with single spaces. */
+    std::string GetCommandLine() const;
+
+    /** What the last program printed, unchanged. */
+    const std::string& GetOutput() const;
+
+private:
+    std::vector<std::string> m_vecArguments;
+    std::string m_strPath;
+    std::string m_strOutput;
+};
+
+/**
+ * Runs `function` in a forked child, which then ends with _exit(0), whatever the function did.
+ *
+ * Returns true in the parent once the child exists, false when there is none; never returns in the child. The
+ * parent does not wait: the child is nobody's to wait for. `ullFlags` are fork options of the platform; 4
+ * closes every inherited descriptor above 2 in the child. Only the calling thread exists in the child.
+ */
+VESK_API bool ForkAndRun(std::function<void()> function, unsigned long long ullFlags);
+
+/* ---- Locks between processes --------------------------------------------------------------------------- */
+
+/**
+ * A lock file that keeps processes apart.
+ *
+ * The object owns the descriptor of the lock file while the lock is held; the file itself is never deleted. A
+ * copy carries the same descriptor, for use in a forked child: within one process only one of the copies may
+ * be released or destroyed, so copy where the copy is used, in the child. Not to be shared between threads.
+ */
+class VESK_API FileLock
+{
+public:
+    /**
+     * Takes nothing yet. `strPath` is absolute; `blMode` is true for an exclusive lock, false for a shared
+     * one; `nTimeout` is how many seconds Acquire may wait, 0 for one try.
+     */
+    FileLock(const std::string& strPath, bool blMode, int nTimeout);
+    FileLock(const FileLock&) = default;
+    FileLock& operator=(const FileLock&) = delete;
+
+    /** Closes the descriptor, which drops a lock that no other process shares. */
+    ~FileLock();
+
+    /**
+     * Takes the lock, after creating its folder; blocks for up to the time-out. True when held afterwards, at
+     * once when it was held before.
+     */
+    bool Acquire();
+
+    /** Drops the lock if held, also for every process that shares the descriptor through a fork. */
+    void Release();
+
+    /** Closes the descriptor if open. */
+    void CloseFd();
+
+    /** Logs that an operation on `strWhat` could not get this lock. */
+    void LogLockFailed(std::string strWhat);
+
+    /** The same for several names, joined with single spaces. */
+    void LogLockFailed(std::vector<std::string> vecWhat);
+
+    /** The path of the lock file. */
+    std::string PathGet();
+
+private:
+    std::string m_strPath;
+    bool m_blMode;
+    int m_nTimeout;
+    int m_fd = -1;
+};
+
+/** The lock of operations on the whole system: exclusive, waits for up to 120 seconds. */
+class VESK_API SystemOperationLock : public FileLock
+{
+public:
+    SystemOperationLock();
+};
+
+/* ---- Unit names, types and files ----------------------------------------------------------------------- */
+
+/** The name itself when it ends in a known unit type, else the name with ".service" appended. */
+VESK_API std::string NormalizedUnitNameGet(const std::string& strName);
+
+/** The text after the last ".", known type or not; empty when there is none. */
+VESK_API std::string UnitTypeGet(const std::string& strName);
+
+/** The text before the last "."; the whole name when there is none. */
+VESK_API std::string UnitNameWithoutFileExtensionGet(const std::string& strName);
+
+/**
+ * The unit's file: the first that exists below /usr/local/lib, /usr/lib, /etc and /run.
+ * Throws std::runtime_error, with 0x0700 set, when there is none.
+ */
+VESK_API std::string UnitPathGet(const std::string& strName);
+
+/** Marks the unit as one whose enable state was changed. Failures are logged only. */
+VESK_API void SetEnableStatusChanged(const std::string& strName);
+
+/** Whether the unit has that mark. */
+VESK_API bool IsEnableStatusChanged(const std::string& strName);
+
+/* ---- Texts and failed units ---------------------------------------------------------------------------- */
+
+/**
+ * Replaces `vecOut` with the pieces of the trimmed text between any of the delimiters; two delimiters side by
+ * side give an empty piece. A blank text leaves `vecOut` as it was. False, with 0x8000 set, when it cannot be
+ * done.
+ */
+VESK_API bool Split(const std::string& strText, std::vector<std::string>& vecOut,
+                    const std::string& strDelimiters);
+
+/**
+ * Appends to `vecFailed` the caller's name of each unit that a line of systemctl reports as failed, once for
+ * each such line. A failed unit that is not the caller's is logged and left out.
+ */
+VESK_API void FailedUnitsGet(const std::vector<std::string>& vecUnits,
+                             const std::vector<std::string>& vecLines, std::vector<std::string>& vecFailed);
+
+/** Appends all units to `vecFailed`. */
+VESK_API void FailedUnitsCopy(const std::vector<std::string>& vecUnits, std::vector<std::string>& vecFailed);
+
+/* ---- Options of a run of systemctl --------------------------------------------------------------------- */
+
+/** Options of one run. */
+struct SystemctlOpts {
+    /** Further options, placed after the verb; not owned, may be null. */
+    const std::vector<std::string>* pCmdOpts = nullptr;
+    /** Log how long the child ran. */
+    bool blCalRunTime = false;
+    /** Talk to the system manager, whoever the caller is. */
+    bool blForceSystem = false;
+};
+
+/** Builds SystemctlOpts by chained calls. */
+class VESK_API SystemctlOptsBuilder
+{
+public:
+    SystemctlOptsBuilder& SetCmdOpts(const std::vector<std::string>* pCmdOpts);
+    SystemctlOptsBuilder& SetCalRunTime(bool blCalRunTime);
+    SystemctlOptsBuilder& SetForceSystem(bool blForceSystem);
+    SystemctlOpts Build() const;
+
+private:
+    SystemctlOpts m_opts;
+};
+
+class CommandOptionsImp;
+
+/** Options of enable and disable. Both are off at first; once set, one stays set. */
+class VESK_API CommandOptions
+{
+public:
+    CommandOptions();
+    CommandOptions(CommandOptions&& other) noexcept;
+    CommandOptions& operator=(CommandOptions&& other) noexcept;
+    CommandOptions(const CommandOptions&) = delete;
+    CommandOptions& operator=(const CommandOptions&) = delete;
+    ~CommandOptions();
+
+    /** Change the state until the next boot only: "--runtime". */
+    void SetRunTime();
+    /** Do not make the manager reload its unit files: "--no-reload". */
+    void SetNoReload();
+
+    /** The library's own record of the options, owned by this object; null in an object moved from. */
+    CommandOptionsImp* GetImp() const;
+
+private:
+    std::unique_ptr<CommandOptionsImp> m_pImp;
+};
+
+/** Appends the systemctl options that stand for `options`. */
+VESK_API void GetEnableDisableOptions(const CommandOptions& options, std::vector<std::string>& vecOut);
+
+/* ---- Jobs ---------------------------------------------------------------------------------------------- */
+
+/** The kinds of job that the library tells apart; any other is Unknown. */
+enum class JobType : int { Unknown = 0, Start = 1, Stop = 2 };
+
+/** The states of a queued job. */
+enum class JobState : int { Unknown = 0, Running = 1, Waiting = 2 };
+
+/** One job of systemd's queue. */
+struct VESK_API JobInfo {
+    uint32_t id = 0;
+    std::string unit;
+    JobType type = JobType::Start;
+    JobState state = JobState::Running;
+
+    /** The four fields, separated by single spaces; empty, and logged, when a value has no word. */
+    std::string ToString() const;
+};
+
+/** The words of systemd for job types and states. Each returns false, output untouched, where there is none.
+ */
+class VESK_API JobStringMap
+{
+public:
+    static bool TypeToString(JobType type, std::string& strWord);
+    static bool StringToType(const std::string& strWord, JobType& type);
+    static bool StateToString(JobState state, std::string& strWord);
+    static bool StringToState(const std::string& strWord, JobState& state);
+};
+
+/** Reads one line of "list-jobs": id, unit, type and state between single spaces. False for any other count.
+ */
+VESK_API bool JobInfoParse(const std::string& strLine, JobInfo& info);
+
+/* ---- Unit-file sections -------------------------------------------------------------------------------- */
+
+/** Identifies the picture of a unit. */
+struct Icon {
+    std::string strAppId;
+    std::string strIconCls;
+    std::string strIconName;
+};
+
+/**
+ * The value of a key in a section of the unit's file, at most 1023 bytes; empty when there is no such key.
+ * Throws as UnitPathGet does.
+ */
+VESK_API std::string UnitSectionKeyGet(const std::string& strUnit, const std::string& strSection,
+                                       const std::string& strKey);
+
+/** The value of a key of the section "X-Veskline"; an instance of a template reads the template. */
+VESK_API std::string XVesklineKeyGet(const std::string& strUnit, const std::string& strKey);
+
+/**
+ * Writes a section with these keys into the unit file `strDirectory`/`strFile`, which is created when
+ * missing; a section of that name is replaced, others stay.
+ */
+VESK_API bool AddUnitSection(const std::string& strDirectory, const std::string& strFile,
+                             const std::string& strSection,
+                             const std::map<std::string, std::string>& mapKeyValues);
+
+} // namespace VESK::Systemd
+
+/* ---- Running systemctl --------------------------------------------------------------------------------- */
+
+/**
+ * Runs "/usr/bin/systemctl" with a verb, options and units, and lets `callback` judge the outcome.
+ *
+ * The callback is given the exit code (0 for a child that a signal ended) and the lines that the child
+ * printed to both its outputs, each with its line feed; its result is the result. A caller that is not root
+ * talks to its own user manager, unless opts.blForceSystem is set.
+ *
+ * While the system boots, a start, stop or restart is refused when a conflicting job of a unit is queued, and
+ * a reload does not wait for one. "try-restart" and "reload" pass over units that have a stop job queued;
+ * when none is left nothing is run and the callback gets exit code 0 and no lines.
+ *
+ * Throws std::exception when the call is refused or the child cannot be started, std::bad_function_call when
+ * the callback is empty, and what the callback throws. Blocks until the child has ended.
+ */
+VESK_API bool
+VESKSystemdSystemctlUltron(const std::string& strVerb, const VESK::Systemd::SystemctlOpts& opts,
+                           const std::vector<std::string>& vecUnits,
+                           std::function<bool(int, const std::vector<std::string>&)>&& callback);
+
+/** The same with further options on the command line, and the other options at their defaults. */
+VESK_API bool VESKSystemdSystemctl(const std::string& strVerb,
+                                   const std::vector<std::string>& vecCommandOptions,
+                                   const std::vector<std::string>& vecUnits,
+                                   std::function<bool(int, const std::vector<std::string>&)>&& callback);
+
+/** The same with all options at their defaults. */
+VESK_API bool VESKSystemdSystemctl(const std::string& strVerb, const std::vector<std::string>& vecUnits,
+                                   std::function<bool(int, const std::vector<std::string>&)>&& callback);
+
+/**
+ * Writes the outcome of an action to the event log, by the display names of the units: one entry for the
+ * units that succeeded (all when `blSuccess`, else those not in `vecFailed`), one for those in `vecFailed`.
+ * Units without a display name are left out. `nAction` is 1 for start, 2 for stop. Failures are logged only.
+ */
+VESK_API void VESKSystemdLogAction(int nAction, bool blSuccess, const std::vector<std::string>& vecUnits,
+                                   const std::vector<std::string>& vecFailed);
+
+/**
+ * Copies the environment of the calling user's systemd session into that of the process, so that "systemctl
+ * --user" finds its manager. Does nothing for root. Failures are logged only. The environment must not be
+ * read in other threads meanwhile.
+ */
+VESK_API void VESKSystemdPutEnvByPAMSystemd();
+
+/* ---- Unit actions -------------------------------------------------------------------------------------- */
+/*
+ * Each family has a form with further options for systemctl, a form for a list of units and a form for one
+ * unit, whose failed units are not told. See vesksystemd.h for what each family does.
+ */
+
+VESK_API bool VESKSystemdStartWithOptions(const std::vector<std::string>& vecOptions,
+                                          const std::vector<std::string>& vecUnits,
+                                          std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdStart(const std::vector<std::string>& vecUnits, std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdStart(const std::string& strUnit);
+VESK_API bool VESKSystemdStartIrreversibly(const std::string& strUnit);
+
+VESK_API bool VESKSystemdStopWithOptions(const std::vector<std::string>& vecOptions,
+                                         const std::vector<std::string>& vecUnits,
+                                         std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdStop(const std::vector<std::string>& vecUnits, std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdStop(const std::string& strUnit);
+
+VESK_API bool VESKSystemdRestartWithOptions(const std::vector<std::string>& vecOptions,
+                                            const std::vector<std::string>& vecUnits,
+                                            std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdRestart(const std::vector<std::string>& vecUnits,
+                                 std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdRestart(const std::string& strUnit);
+
+VESK_API bool VESKSystemdTryRestartWithOptions(const std::vector<std::string>& vecOptions,
+                                               const std::vector<std::string>& vecUnits,
+                                               std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdTryRestart(const std::vector<std::string>& vecUnits,
+                                    std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdTryRestart(const std::string& strUnit);
+
+/** Adds "--no-block" unless the options hold it. */
+VESK_API bool VESKSystemdReloadWithOptions(const std::vector<std::string>& vecOptions,
+                                           const std::vector<std::string>& vecUnits,
+                                           std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdReload(const std::vector<std::string>& vecUnits,
+                                std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdReload(const std::string& strUnit);
+
+VESK_API bool VESKSystemdReloadOrRestartWithOptions(const std::vector<std::string>& vecOptions,
+                                                    const std::vector<std::string>& vecUnits,
+                                                    std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdReloadOrRestart(const std::vector<std::string>& vecUnits,
+                                         std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdReloadOrRestart(const std::string& strUnit);
+
+/* ---- Unit properties ----------------------------------------------------------------------------------- */
+
+/** Reads one property of a unit, trimmed. False when the manager could not be asked or has no answer. */
+VESK_API bool VESKSystemdShow(const std::string& strUnit, const std::string& strProperty,
+                              std::string& strValue);
+
+/** The same, always from the system manager. */
+VESK_API bool VESKSystemdShowSystem(const std::string& strUnit, const std::string& strProperty,
+                                    std::string& strValue);
+
+/* ---- Jobs and unit lists ------------------------------------------------------------------------------- */
+
+/** Inserts all jobs of the queue into `mapJobs`, by their ids. */
+VESK_API bool VESKSystemdIntJobList(std::map<unsigned int, VESK::Systemd::JobInfo>& mapJobs);
+
+/** The unit's queued job. False when it has none, or when the queue could not be read. */
+VESK_API bool VESKSystemdIntJobGet(const std::string& strUnit, VESK::Systemd::JobInfo& info);
+
+/** Whether a job of the unit is queued. False, with 0x8100 set, when the manager could not be asked. */
+VESK_API bool VESKSystemdIsJobEnqueued(const std::string& strUnit);
+
+/**
+ * Appends the names of the unit files on disk to `vecUnits`. `strType` is a unit type, or empty for all.
+ * Works without a running manager.
+ */
+VESK_API bool VESKSystemdListUnits(std::vector<std::string>& vecUnits, const std::string& strType);
+
+/** Appends the names, without ".service", of all service unit files. */
+VESK_API bool VESKSystemdServiceList(std::vector<std::string>& vecServices);
+
+/* ---- Keys of the unit-file section "X-Veskline" -------------------------------------------------------- */
+/* See vesksystemd.h. An output is written only on success, unless said otherwise. */
+
+/** The display name. False, and the output empty, when the unit has none. */
+VESK_API bool VESKSystemdNameGet(const std::string& strUnit, std::string& strName);
+/** The key of the translated display name. False, and the output empty, when the unit has none. */
+VESK_API bool VESKSystemdNameI18nGet(const std::string& strUnit, std::string& strNameI18n);
+/** The keys "AppId", "IconCls" and "IconName"; a missing one is empty. */
+VESK_API bool VESKSystemdIconGet(std::string strUnit, VESK::Systemd::Icon& icon);
+VESK_API bool VESKSystemdIsSupportGet(const std::string& strUnit, bool& blSupport);
+VESK_API bool VESKSystemdIsDefaultEnableGet(const std::string& strUnit, bool& blDefaultEnable);
+VESK_API bool VESKSystemdInfoCenterDisplayGet(const std::string& strUnit, bool& blDisplay);
+VESK_API bool VESKSystemdNanoUpdateDislayGet(const std::string& strUnit, bool& blDisplay);
+VESK_API bool VESKSystemdSupportOneClickEnableGet(const std::string& strUnit, bool& blOneClickEnable);
+/** The items of "FirewallSections", which replace what the vector held; an empty value leaves it as it was.
+ */
+VESK_API bool VESKSystemdFirewallSectionsGet(const std::string& strUnit,
+                                             std::vector<std::string>& vecSections);
+/** Appends the targets named by "PackedIn". */
+VESK_API bool VESKSystemdPackedInGet(const std::string& strUnit, std::vector<std::string>& vecTargets);
+/** Appends the targets named by "BelongsTo". */
+VESK_API bool VESKSystemdBelongsToGet(const std::string& strUnit, std::vector<std::string>& vecTargets);
+
+#endif

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <syslog.h>
+
+#include <veskcore.h>
+
+/** Where a line is logged or an error is set: the source file's name and the line. */
+#define VESK_HERE __FILE_NAME__, __LINE__
+
+/**
+ * Logs to syslog. The arguments are the format, which begins with "%s:%d ", then VESK_HERE, then the rest;
+ * they are evaluated only when the process logs at this level at all. The format may hold %m.
+ */
+#define VESK_LOG(level, ...)                                                                                 \
+    do {                                                                                                     \
+        if (::VESK::Systemd::LogEnabled(level)) {                                                            \
+            __extension__(::VESK::Systemd::Log(level, __VA_ARGS__));                                         \
+        }                                                                                                    \
+    } while (false)
+
+/** Whether `condition`, one on the arguments of an operation, holds; logs and sets the error if not. */
+#define VESK_ARGUMENT(condition) ((condition) || ::VESK::Systemd::InvalidArgument(VESK_HERE, #condition))
+
+/** The three arguments of "[0x%04X %s:%d]": the calling thread's error record. */
+#define VESK_PLATFORM_ERROR static_cast<unsigned int>(VLIBCErrGet()), VLIBCErrorGetFile(), VLIBCErrorGetLine()
+
+namespace VESK::Systemd
+{
+
+/** The codes that the library puts into the error record. */
+enum ErrorCode : int {
+    ERR_BUFFER_TOO_SMALL = 0x0100,
+    ERR_NO_UNIT_FILE = 0x0700,
+    ERR_OPEN_DIRECTORY = 0x0900,
+    ERR_INVALID_ARGUMENT = 0x0D00,
+    ERR_REMOVE_REASON = 0x3900,
+    ERR_UNEXPECTED = 0x8000,
+    ERR_READ_JOB = 0x8100,
+};
+
+bool LogEnabled(int nLevel);
+
+[[gnu::format(printf, 2, 3)]] void Log(int nLevel, const char* szFormat, ...);
+
+/** Always false, so that a check can be written as one expression. */
+bool InvalidArgument(const char* szFile, int nLine, const char* szCondition);
+
+} // namespace VESK::Systemd

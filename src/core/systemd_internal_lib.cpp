@@ -1,0 +1,364 @@
+#include "vesksystemd.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <optional>
+#include <regex.h>
+#include <stdexcept>
+#include <unistd.h>
+
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+
+#include "core/log.hpp"
+#include "core/text.hpp"
+#include "core/unit_types.hpp"
+
+namespace VESK::Systemd
+{
+namespace
+{
+
+constexpr std::array<const char*, 4> kUnitDirectories{
+    "/usr/local/lib/systemd/system/",
+    "/usr/lib/systemd/system/",
+    "/etc/systemd/system/",
+    "/run/systemd/system/",
+};
+
+constexpr const char* kEnableStatusChangedDirectory = "/usr/vesk/etc/vesksystemd/enable-status-changed/";
+
+constexpr const char* kXVeskline = "X-Veskline";
+
+/** What systemctl says of a unit that failed; group 1 is the unit. */
+constexpr std::array<const char*, 4> kFailurePatterns{
+    "Failed to [^:]+ ([^: ]+)",
+    "Job for (.+) failed.",
+    "Job for (.+) canceled.",
+    "A dependency job for (.+) failed.",
+};
+
+/** A compiled POSIX extended regular expression. */
+class Pattern
+{
+public:
+    explicit Pattern(const char* szPattern)
+        : m_nError(regcomp(&m_regex, szPattern, REG_EXTENDED))
+    {
+    }
+    ~Pattern()
+    {
+        if (m_nError == 0) {
+            regfree(&m_regex);
+        }
+    }
+    Pattern(const Pattern&) = delete;
+    Pattern& operator=(const Pattern&) = delete;
+
+    /** 0, or why it could not be compiled. */
+    int Error() const { return m_nError; }
+
+    int Execute(const std::string& strLine, std::array<regmatch_t, 2>& matches) const
+    {
+        return regexec(&m_regex, strLine.c_str(), matches.size(), matches.data(), 0);
+    }
+
+    std::array<char, 1024> ErrorText(int nError) const
+    {
+        std::array<char, 1024> text{};
+        regerror(nError, &m_regex, text.data(), text.size());
+        return text;
+    }
+
+private:
+    regex_t m_regex{};
+    int m_nError;
+};
+
+std::optional<std::string> FirstGroup(const char* szPattern, const std::string& strLine)
+{
+    const Pattern pattern(szPattern);
+    if (pattern.Error() != 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: regcomp(): %s", VESK_HERE,
+                 pattern.ErrorText(pattern.Error()).data());
+        return std::nullopt;
+    }
+    std::array<regmatch_t, 2> matches{};
+    const int nResult = pattern.Execute(strLine, matches);
+    if (nResult == REG_NOMATCH) {
+        return std::nullopt;
+    }
+    if (nResult != 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: regexec(): %s", VESK_HERE, pattern.ErrorText(nResult).data());
+        return std::nullopt;
+    }
+    const regmatch_t& group = matches[1];
+    if (group.rm_so == -1 || group.rm_eo == -1) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Wrong pattern without parenthesis.", VESK_HERE);
+        return std::nullopt;
+    }
+    return strLine.substr(static_cast<size_t>(group.rm_so), static_cast<size_t>(group.rm_eo - group.rm_so));
+}
+
+std::optional<std::string> FailedUnitIn(const std::string& strLine)
+{
+    for (const char* szPattern : kFailurePatterns) {
+        if (auto unit = FirstGroup(szPattern, strLine)) {
+            return unit;
+        }
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string> DisplayNamesGet(const std::vector<std::string>& vecUnits)
+{
+    std::vector<std::string> vecNames;
+    for (const std::string& strUnit : vecUnits) {
+        std::string strName;
+        if (VESKSystemdNameGet(strUnit, strName)) {
+            vecNames.push_back(strName);
+        }
+    }
+    return vecNames;
+}
+
+void LogEvent(int nCode, const std::vector<std::string>& vecUnits)
+{
+    const std::vector<std::string> vecNames = DisplayNamesGet(vecUnits);
+    if (vecNames.empty()) {
+        return;
+    }
+    const std::string strNames = Joined(vecNames);
+    std::array<char, 16> code{};
+    snprintf(code.data(), code.size(), "%04x", static_cast<unsigned int>(nCode));
+    if (VLIBCExec("/usr/vesk/bin/vesklogset", "vesksystemd", code.data(), strNames.c_str(), nullptr) < 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: failed to write vesklog for units: %s", VESK_HERE,
+                 strNames.c_str());
+    }
+}
+
+std::string EnableStatusChangedMark(const std::string& strName)
+{
+    return kEnableStatusChangedDirectory + NormalizedUnitNameGet(strName);
+}
+
+uint32_t JobIdOf(const std::string& strField)
+{
+    try {
+        return static_cast<uint32_t>(std::stoul(strField));
+    } catch (const std::exception&) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Bad job ID: [%s]", VESK_HERE, strField.c_str());
+        return 0;
+    }
+}
+
+/** The platform's table of strings. */
+class KeyTable
+{
+public:
+    KeyTable()
+        : m_pHash(VLIBCSzHashAlloc(1024))
+    {
+    }
+    ~KeyTable() { VLIBCSzHashFree(m_pHash); }
+    KeyTable(const KeyTable&) = delete;
+    KeyTable& operator=(const KeyTable&) = delete;
+
+    VLIBCSzHash* Get() const { return m_pHash; }
+
+    bool Set(const std::string& strKey, const std::string& strValue)
+    {
+        return VLIBCSzHashSetValue(&m_pHash, strKey.c_str(), strValue.c_str()) >= 0;
+    }
+
+private:
+    VLIBCSzHash* m_pHash;
+};
+
+/** The template's name for an instance of a template, the name itself for any other unit. */
+std::string TemplateNameGet(const std::string& strUnit)
+{
+    const size_t nAt = strUnit.find('@');
+    if (nAt == std::string::npos) {
+        return strUnit;
+    }
+    const std::string strTemplate = strUnit.substr(0, nAt + 1);
+    const std::string strType = UnitTypeGet(strUnit);
+    return UnitTypes().count(strType) != 0 ? strTemplate + "." + strType : strTemplate;
+}
+
+} // namespace
+
+const std::set<std::string>& UnitTypes()
+{
+    static const std::set<std::string> setUnitTypes{
+        "service", "socket", "device", "mount", "automount", "swap",
+        "target",  "path",   "timer",  "slice", "scope",
+    };
+    return setUnitTypes;
+}
+
+std::string NormalizedUnitNameGet(const std::string& strName)
+{
+    return UnitTypes().count(UnitTypeGet(strName)) != 0 ? strName : strName + ".service";
+}
+
+std::string UnitTypeGet(const std::string& strName)
+{
+    const size_t nDot = strName.rfind('.');
+    return nDot == std::string::npos ? std::string() : strName.substr(nDot + 1);
+}
+
+std::string UnitNameWithoutFileExtensionGet(const std::string& strName)
+{
+    return strName.substr(0, strName.rfind('.'));
+}
+
+std::string UnitPathGet(const std::string& strName)
+{
+    const std::string strUnit = NormalizedUnitNameGet(strName);
+    for (const char* szDirectory : kUnitDirectories) {
+        std::string strPath = szDirectory + strUnit;
+        if (access(strPath.c_str(), F_OK) == 0) {
+            return strPath;
+        }
+    }
+    VLIBCErrSetEx(ERR_NO_UNIT_FILE, VESK_HERE);
+    throw std::runtime_error("Unit is not found [" + strName + "]");
+}
+
+void SetEnableStatusChanged(const std::string& strName)
+{
+    const std::string strMark = EnableStatusChangedMark(strName);
+    if (VLIBCExec("/bin/mkdir", "-p", kEnableStatusChangedDirectory, nullptr, nullptr) < 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to mkdir -p [%s] [0x%04X %s:%d]", VESK_HERE,
+                 kEnableStatusChangedDirectory, VESK_PLATFORM_ERROR);
+        return;
+    }
+    if (VLIBCFileTouch(strMark.c_str()) < 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to touch [%s] [0x%04X %s:%d]", VESK_HERE,
+                 strMark.c_str(), VESK_PLATFORM_ERROR);
+    }
+}
+
+bool IsEnableStatusChanged(const std::string& strName)
+{
+    return VLIBCFileExist(EnableStatusChangedMark(strName).c_str()) != 0;
+}
+
+bool Split(const std::string& strText, std::vector<std::string>& vecOut, const std::string& strDelimiters)
+{
+    try {
+        const std::string strTrimmed = Trimmed(strText);
+        if (!strTrimmed.empty()) {
+            boost::algorithm::split(vecOut, strTrimmed, boost::algorithm::is_any_of(strDelimiters));
+        }
+        return true;
+    } catch (...) {
+        VLIBCErrSetEx(ERR_UNEXPECTED, VESK_HERE);
+        return false;
+    }
+}
+
+void FailedUnitsGet(const std::vector<std::string>& vecUnits, const std::vector<std::string>& vecLines,
+                    std::vector<std::string>& vecFailed)
+{
+    std::map<std::string, std::string> mapCallersNames;
+    for (const std::string& strUnit : vecUnits) {
+        mapCallersNames[NormalizedUnitNameGet(strUnit)] = strUnit;
+    }
+    for (const std::string& strLine : vecLines) {
+        const std::optional<std::string> failed = FailedUnitIn(strLine);
+        if (!failed) {
+            continue;
+        }
+        const auto it = mapCallersNames.find(*failed);
+        if (it == mapCallersNames.end()) {
+            VESK_LOG(LOG_ERR, "%s:%d vesksystemd: unexpected failed unit [%s].", VESK_HERE, failed->c_str());
+            continue;
+        }
+        vecFailed.push_back(it->second);
+    }
+}
+
+void FailedUnitsCopy(const std::vector<std::string>& vecUnits, std::vector<std::string>& vecFailed)
+{
+    vecFailed.insert(vecFailed.end(), vecUnits.begin(), vecUnits.end());
+}
+
+bool JobInfoParse(const std::string& strLine, JobInfo& info)
+{
+    std::vector<std::string> vecFields;
+    if (!Split(strLine, vecFields, " ") || vecFields.size() != 4) {
+        return false;
+    }
+    info.id = JobIdOf(vecFields[0]);
+    info.unit = vecFields[1];
+    info.type = JobType::Unknown;
+    info.state = JobState::Unknown;
+    JobStringMap::StringToType(vecFields[2], info.type);
+    JobStringMap::StringToState(vecFields[3], info.state);
+    return true;
+}
+
+std::string UnitSectionKeyGet(const std::string& strUnit, const std::string& strSection,
+                              const std::string& strKey)
+{
+    const std::string strPath = UnitPathGet(strUnit);
+    std::array<char, 1024> value{};
+    if (VLIBCFileGetSectionValue(strPath.c_str(), strSection.c_str(), strKey.c_str(), value.data(),
+                                 static_cast<int>(value.size())) != 0) {
+        return {};
+    }
+    return value.data();
+}
+
+std::string XVesklineKeyGet(const std::string& strUnit, const std::string& strKey)
+{
+    return UnitSectionKeyGet(TemplateNameGet(strUnit), kXVeskline, strKey);
+}
+
+bool AddUnitSection(const std::string& strDirectory, const std::string& strFile,
+                    const std::string& strSection, const std::map<std::string, std::string>& mapKeyValues)
+{
+    KeyTable table;
+    if (table.Get() == nullptr) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to VLIBCSzHashAlloc [0x%04X %s:%d]", VESK_HERE,
+                 VESK_PLATFORM_ERROR);
+        return false;
+    }
+    if (VLIBCExec("/bin/mkdir", "-p", strDirectory.c_str(), nullptr, nullptr) < 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to mkdir [%s] [0x%04X %s:%d]", VESK_HERE,
+                 strDirectory.c_str(), VESK_PLATFORM_ERROR);
+        return false;
+    }
+    const std::string strPath = strDirectory + "/" + strFile;
+    for (const auto& [strKey, strValue] : mapKeyValues) {
+        if (!table.Set(strKey, strValue)) {
+            VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to VLIBCSzHashSetValue to [%s] [0x%04X %s:%d]",
+                     VESK_HERE, strPath.c_str(), VESK_PLATFORM_ERROR);
+        }
+    }
+    if (VLIBCFileAddSection(strPath.c_str(), strSection.c_str(), table.Get(), 0) < 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to VLIBCFileSetSection to [%s] [0x%04X %s:%d]", VESK_HERE,
+                 strPath.c_str(), VESK_PLATFORM_ERROR);
+        return false;
+    }
+    return true;
+}
+
+} // namespace VESK::Systemd
+
+void VESKSystemdLogAction(int nAction, bool blSuccess, const std::vector<std::string>& vecUnits,
+                          const std::vector<std::string>& vecFailed)
+{
+    std::vector<std::string> vecSucceeded;
+    for (const std::string& strUnit : vecUnits) {
+        if (blSuccess || std::find(vecFailed.begin(), vecFailed.end(), strUnit) == vecFailed.end()) {
+            vecSucceeded.push_back(strUnit);
+        }
+    }
+    VESK::Systemd::LogEvent(nAction, vecSucceeded);
+    VESK::Systemd::LogEvent(nAction | 0x10, vecFailed);
+}

@@ -1,0 +1,19 @@
+#include "core/text.hpp"
+
+#include <boost/algorithm/string/join.hpp>
+#include <boost/algorithm/string/trim.hpp>
+
+namespace VESK::Systemd
+{
+
+std::string Joined(const std::vector<std::string>& vecTexts, const char* szSeparator)
+{
+    return boost::algorithm::join(vecTexts, szSeparator);
+}
+
+std::string Trimmed(const std::string& strText)
+{
+    return boost::algorithm::trim_copy(strText);
+}
+
+} // namespace VESK::Systemd

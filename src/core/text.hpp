@@ -1,0 +1,15 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace VESK::Systemd
+{
+
+/** The texts with `szSeparator` between them, as names stand in log lines. */
+std::string Joined(const std::vector<std::string>& vecTexts, const char* szSeparator = ", ");
+
+/** The text without white space at either end. */
+std::string Trimmed(const std::string& strText);
+
+} // namespace VESK::Systemd

@@ -1,0 +1,19 @@
+#include "vesksystemd.hpp"
+
+#include "core/c_forms.hpp"
+#include "core/log.hpp"
+#include "keys/key_get.hpp"
+
+bool VESKSystemdIsDefaultEnableGet(const std::string& strUnit, bool& blDefaultEnable)
+{
+    return VESK_ARGUMENT(!strUnit.empty()) &&
+           VESK::Systemd::FlagKeyGet(strUnit, "DefaultEnable", blDefaultEnable);
+}
+
+int VESKCSystemdIsDefaultEnableGet(const char* szUnit, bool* pblDefaultEnable)
+{
+    return VESK::Systemd::CForm([&] {
+        return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != pblDefaultEnable) &&
+               VESKSystemdIsDefaultEnableGet(szUnit, *pblDefaultEnable);
+    });
+}

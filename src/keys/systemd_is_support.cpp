@@ -1,0 +1,26 @@
+#include "vesksystemd.hpp"
+
+#include "core/c_forms.hpp"
+#include "core/log.hpp"
+
+bool VESKSystemdIsSupportGet(const std::string& strUnit, bool& blSupport)
+{
+    if (!VESK_ARGUMENT(!strUnit.empty())) {
+        return false;
+    }
+    try {
+        const std::string strFeature = VESK::Systemd::XVesklineKeyGet(strUnit, "SupportKey");
+        blSupport = strFeature.empty() || VLIBCSupportGet(strFeature.c_str()) != 0;
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+int VESKCSystemdIsSupportGet(const char* szUnit, bool* pblSupport)
+{
+    return VESK::Systemd::CForm([&] {
+        return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != pblSupport) &&
+               VESKSystemdIsSupportGet(szUnit, *pblSupport);
+    });
+}

@@ -1,0 +1,20 @@
+#include "vesksystemd.hpp"
+
+#include "core/c_forms.hpp"
+#include "core/log.hpp"
+#include "keys/key_get.hpp"
+
+bool VESKSystemdNameGet(const std::string& strUnit, std::string& strName)
+{
+    return VESK_ARGUMENT(!strUnit.empty()) && VESK::Systemd::TextKeyGet(strUnit, "Name", strName);
+}
+
+int VESKCSystemdNameGet(const char* szUnit, char* szName, size_t cbName)
+{
+    return VESK::Systemd::CForm([&] {
+        std::string strName;
+        return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != szName) &&
+               VESK_ARGUMENT(0 < cbName) && VESKSystemdNameGet(szUnit, strName) &&
+               VESK::Systemd::TextCopy(VESK_HERE, strName, szName, cbName);
+    });
+}

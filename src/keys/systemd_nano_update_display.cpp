@@ -1,0 +1,19 @@
+#include "vesksystemd.hpp"
+
+#include "core/c_forms.hpp"
+#include "core/log.hpp"
+#include "keys/key_get.hpp"
+
+bool VESKSystemdNanoUpdateDislayGet(const std::string& strUnit, bool& blDisplay)
+{
+    return VESK_ARGUMENT(!strUnit.empty()) &&
+           VESK::Systemd::FlagKeyGet(strUnit, "NanoUpdateDisplay", blDisplay);
+}
+
+int VESKCSystemdNanoUpdateDislayGet(const char* szUnit, bool* pblDisplay)
+{
+    return VESK::Systemd::CForm([&] {
+        return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != pblDisplay) &&
+               VESKSystemdNanoUpdateDislayGet(szUnit, *pblDisplay);
+    });
+}

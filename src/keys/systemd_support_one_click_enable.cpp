@@ -1,0 +1,19 @@
+#include "vesksystemd.hpp"
+
+#include "core/c_forms.hpp"
+#include "core/log.hpp"
+#include "keys/key_get.hpp"
+
+bool VESKSystemdSupportOneClickEnableGet(const std::string& strUnit, bool& blOneClickEnable)
+{
+    return VESK_ARGUMENT(!strUnit.empty()) &&
+           VESK::Systemd::FlagKeyGet(strUnit, "SupportOneClickEnable", blOneClickEnable);
+}
+
+int VESKCSystemdSupportOneClickEnableGet(const char* szUnit, bool* pblOneClickEnable)
+{
+    return VESK::Systemd::CForm([&] {
+        return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != pblOneClickEnable) &&
+               VESKSystemdSupportOneClickEnableGet(szUnit, *pblOneClickEnable);
+    });
+}

@@ -1,0 +1,23 @@
+#include "vesksystemd.hpp"
+
+#include "core/c_forms.hpp"
+#include "core/log.hpp"
+
+bool VESKSystemdIsJobEnqueued(const std::string& strUnit)
+{
+    if (!VESK_ARGUMENT(!strUnit.empty())) {
+        return false;
+    }
+    std::string strJob;
+    if (!VESKSystemdShow(strUnit, "Job", strJob)) {
+        VLIBCErrSetEx(VESK::Systemd::ERR_READ_JOB, VESK_HERE);
+        return false;
+    }
+    return !strJob.empty();
+}
+
+int VESKCSystemdIsJobEnqueued(const char* szUnit)
+{
+    return VESK::Systemd::CForm(
+        [&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdIsJobEnqueued(szUnit); });
+}

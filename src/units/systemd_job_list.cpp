@@ -1,0 +1,71 @@
+#include "vesksystemd.hpp"
+
+#include "core/log.hpp"
+#include "core/text.hpp"
+
+using VESK::Systemd::JobInfo;
+using VESK::Systemd::Joined;
+
+namespace
+{
+
+/** "list-jobs" of the platform's systemd succeeds with 1. */
+constexpr int kListJobsDone = 1;
+
+bool JobOf(const std::string& strLine, JobInfo& info)
+{
+    if (JobInfoParse(strLine, info)) {
+        return true;
+    }
+    VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to parse job info: [%s]", VESK_HERE, strLine.c_str());
+    return false;
+}
+
+template <typename Callback>
+bool ListJobs(const std::vector<std::string>& vecUnits, Callback&& callback)
+{
+    try {
+        return VESKSystemdSystemctl("list-jobs", {"--no-legend"}, vecUnits, std::forward<Callback>(callback));
+    } catch (const std::exception&) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: list-jobs failed.", VESK_HERE);
+        return false;
+    }
+}
+
+} // namespace
+
+bool VESKSystemdIntJobList(std::map<unsigned int, JobInfo>& mapJobs)
+{
+    return ListJobs({}, [&](int nExitCode, const std::vector<std::string>& vecLines) {
+        if (nExitCode != kListJobsDone) {
+            VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to list-jobs, ret=[%d], reason=[%s]", VESK_HERE,
+                     nExitCode, Joined(vecLines).c_str());
+            return false;
+        }
+        for (const std::string& strLine : vecLines) {
+            JobInfo info;
+            if (JobOf(strLine, info)) {
+                mapJobs.emplace(info.id, info);
+            }
+        }
+        return true;
+    });
+}
+
+bool VESKSystemdIntJobGet(const std::string& strUnit, JobInfo& info)
+{
+    if (!VESK_ARGUMENT((!strUnit.empty()))) {
+        return false;
+    }
+    return ListJobs({strUnit}, [&](int nExitCode, const std::vector<std::string>& vecLines) {
+        if (vecLines.empty()) {
+            return false;
+        }
+        if (nExitCode != kListJobsDone) {
+            VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to list-jobs [%s], ret=[%d], reason=[%s]", VESK_HERE,
+                     strUnit.c_str(), nExitCode, Joined(vecLines).c_str());
+            return false;
+        }
+        return JobOf(vecLines.front(), info);
+    });
+}
