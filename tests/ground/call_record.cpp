@@ -13,18 +13,6 @@ namespace VeskGround
 namespace
 {
 
-void AddDescriptors(std::vector<Field>& record)
-{
-    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir("/proc/self/fd"), closedir);
-    while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) {
-        const int number = std::atoi(entry->d_name);
-        if (entry->d_name[0] != '.' && number != dirfd(folder.get())) {
-            const std::string target = ReadLink(std::string("/proc/self/fd/") + entry->d_name);
-            record.push_back({"fd", static_cast<std::uint64_t>(number), target});
-        }
-    }
-}
-
 void AddEnvironment(std::vector<Field>& record)
 {
     for (char** variable = environ; *variable != nullptr; ++variable) {
@@ -50,10 +38,23 @@ void AddSignals(std::vector<Field>& record)
 
 } // namespace
 
-std::vector<Field> DescribeThisProcess(int argc, char** argv)
+std::vector<Field> DescribeDescriptors()
 {
     std::vector<Field> record;
-    AddDescriptors(record);
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir("/proc/self/fd"), closedir);
+    while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) {
+        const int number = std::atoi(entry->d_name);
+        if (entry->d_name[0] != '.' && number != dirfd(folder.get())) {
+            const std::string target = ReadLink(std::string("/proc/self/fd/") + entry->d_name);
+            record.push_back({"fd", static_cast<std::uint64_t>(number), target});
+        }
+    }
+    return record;
+}
+
+std::vector<Field> DescribeThisProcess(int argc, char** argv)
+{
+    std::vector<Field> record = DescribeDescriptors();
     for (int index = 0; index < argc; ++index) {
         record.push_back({"argv", 0, argv[index]});
     }

@@ -13,6 +13,9 @@ namespace VeskGround
 // signal 1).
 std::vector<Field> DescribeThisProcess(int argc, char** argv);
 
+// The "fd" fields alone.
+std::vector<Field> DescribeDescriptors();
+
 // The name under which the N-th record lies in the folder "calls".
 std::string RecordName(std::uint64_t order);
 

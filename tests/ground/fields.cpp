@@ -62,10 +62,13 @@ std::vector<Field> ParseFields(const std::string& text)
     return fields;
 }
 
-std::string ReadFile(const std::string& path)
+std::string ReadFile(const std::string& path, std::size_t offset)
 {
     std::string text;
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (offset > 0) {
+        lseek(file.Get(), static_cast<off_t>(offset), SEEK_SET);
+    }
     std::array<char, 65536> buffer{};
     for (ssize_t count = 0; file.Get() >= 0;) {
         count = read(file.Get(), buffer.data(), buffer.size());

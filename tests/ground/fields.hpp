@@ -20,8 +20,8 @@ std::string FormatField(const Field& field);
 // Stops quietly at a field that is not there whole.
 std::vector<Field> ParseFields(const std::string& text);
 
-// The whole file; "" when there is none.
-std::string ReadFile(const std::string& path);
+// The file from that offset to its end; "" when there is none.
+std::string ReadFile(const std::string& path, std::size_t offset = 0);
 
 // The folder through which a scripted program of that name and its test talk to each other; below it the
 // files "rules" and "state" and the folder "calls".

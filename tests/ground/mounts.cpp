@@ -1,8 +1,8 @@
 #include "mounts.hpp"
 
-#include <array>
 #include <fcntl.h>
 #include <sys/mount.h>
+#include <sys/sendfile.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -150,6 +150,19 @@ void BindDescriptor(int source, const std::string& target)
 void Bind(const std::string& source, const std::string& target)
 {
     BindDescriptor(OpenPath(source).Get(), target);
+}
+
+void CopyDescriptor(int source, const std::string& target, unsigned mode)
+{
+    const std::string path = "/proc/self/fd/" + std::to_string(source);
+    const Descriptor from(Require(open(path.c_str(), O_RDONLY | O_CLOEXEC), "open the source of", target));
+    MakeDirectories(target.substr(0, target.rfind('/')));
+    const Descriptor to(
+        Require(open(target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, mode), "open", target));
+    constexpr std::size_t chunk = 1 << 24;
+    while (Require(sendfile(to.Get(), from.Get(), nullptr, chunk), "copy to", target) > 0) {
+    }
+    Require(fchmod(to.Get(), mode), "set the mode of", target);
 }
 
 void MakeReadOnly(const std::string& target)

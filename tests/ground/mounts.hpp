@@ -41,6 +41,9 @@ void BindDescriptor(int source, const std::string& target);
 // Binds a path that is still reachable.
 void Bind(const std::string& source, const std::string& target);
 
+// Copies the file behind a descriptor to a path that is created as needed.
+void CopyDescriptor(int source, const std::string& target, unsigned mode);
+
 // Read-only for this mount and all below it; other mounts of the same file systems are left alone.
 void MakeReadOnly(const std::string& target);
 

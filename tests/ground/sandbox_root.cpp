@@ -1,13 +1,11 @@
 #include "sandbox_root.hpp"
 
+#include <cerrno>
 #include <cstring>
 #include <dirent.h>
-#include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
-#include <sys/types.h>
 #include <unistd.h>
-#include <utility>
 
 #include "descriptor.hpp"
 #include "error.hpp"
@@ -44,17 +42,20 @@ constexpr FreshFolder kFreshFolders[] = {
     {"/usr/local/lib/systemd/system", "0755"},
 };
 
-// What is bound into the sandbox, opened while its path can still be reached.
+enum class Placing { BindReadOnly, BindWritable, Copy };
+
+// What is put into the sandbox, opened while its path can still be reached. Programs are copied, so that a
+// test may remove or replace them.
 struct Source {
     Descriptor descriptor;
     std::string target;
-    bool writable = false;
+    Placing placing;
 };
 
 void AddPlatformFile(const std::string& source, const std::string& target, std::vector<Source>& sources)
 {
     if (access(source.c_str(), F_OK) == 0) {
-        sources.push_back({OpenPath(source), target});
+        sources.push_back({OpenPath(source), target, Placing::Copy});
     }
 }
 
@@ -62,11 +63,12 @@ std::vector<Source> OpenSources(const SandboxOptions& options)
 {
     std::vector<Source> sources;
     for (const BoundFolder& folder : options.folders) {
-        sources.push_back({OpenPath(folder.path), folder.path, folder.writable});
+        const Placing placing = folder.writable ? Placing::BindWritable : Placing::BindReadOnly;
+        sources.push_back({OpenPath(folder.path), folder.path, placing});
     }
     if (options.hasSystemctl) {
-        sources.push_back({OpenPath(options.systemctl), kSystemctl});
-        sources.push_back({OpenPath(options.systemctl), "/run/sandbox/stand-in"});
+        sources.push_back({OpenPath(options.systemctl), kSystemctl, Placing::Copy});
+        sources.push_back({OpenPath(options.systemctl), "/run/sandbox/stand-in", Placing::Copy});
     }
     if (!options.platform.empty()) {
         AddPlatformFile(options.platform + "/vesklogset", "/usr/vesk/bin/vesklogset", sources);
@@ -78,16 +80,12 @@ std::vector<Source> OpenSources(const SandboxOptions& options)
 
 // An ordinary user may not change the folders of others, not even in an overlay; those that already exist in
 // its own upper layer are its own.
-void PrepareUpperLayer(const SandboxOptions& options)
+void PrepareUpperLayer()
 {
     for (const FreshFolder& folder : kFreshFolders) {
         MakeDirectories(kUpper + folder.path);
     }
     MakeDirectories(kUpper + "/usr/bin");
-    if (!options.hasSystemctl) {
-        const std::string whiteout = kUpper + kSystemctl;
-        Require(mknod(whiteout.c_str(), S_IFCHR, 0), "hide", whiteout);
-    }
 }
 
 bool IsBelowOverlay(const std::string& name)
@@ -144,9 +142,9 @@ bool InUserNamespace()
     return status.st_uid != 0;
 }
 
-void MountRoot(const SandboxOptions& options)
+void MountRoot()
 {
-    PrepareUpperLayer(options);
+    PrepareUpperLayer();
     if (InUserNamespace()) {
         MountUserRoot();
     } else {
@@ -154,13 +152,25 @@ void MountRoot(const SandboxOptions& options)
     }
 }
 
-void BindSources(const std::vector<Source>& sources)
+void Place(const Source& source)
 {
-    for (const Source& source : sources) {
-        BindDescriptor(source.descriptor.Get(), kRoot + source.target);
-        if (!source.writable) {
-            MakeReadOnly(kRoot + source.target);
-        }
+    const std::string target = kRoot + source.target;
+    if (source.placing == Placing::Copy) {
+        CopyDescriptor(source.descriptor.Get(), target, 0755);
+        return;
+    }
+    BindDescriptor(source.descriptor.Get(), target);
+    if (source.placing == Placing::BindReadOnly) {
+        MakeReadOnly(target);
+    }
+}
+
+// Neither the machine's own systemctl nor a link to it is left in reach.
+void RemoveSystemctl()
+{
+    const std::string path = kRoot + kSystemctl;
+    if (unlink(path.c_str()) != 0 && errno != ENOENT) {
+        ThrowErrno("remove", path);
     }
 }
 
@@ -171,7 +181,7 @@ void EnterSandboxRoot(const SandboxOptions& options)
     MakeMountsPrivate();
     const std::vector<Source> sources = OpenSources(options);
     MountTmpfs(kStage, "0755");
-    MountRoot(options);
+    MountRoot();
     MountProc(kRoot + "/proc");
     MountSys(kRoot + "/sys");
     MountDev(kRoot + "/dev");
@@ -180,7 +190,10 @@ void EnterSandboxRoot(const SandboxOptions& options)
     }
     MakeDirectories(kRoot + "/run/systemd/system");
     MakeDirectories(kRoot + "/run/sandbox");
-    BindSources(sources);
+    RemoveSystemctl();
+    for (const Source& source : sources) {
+        Place(source);
+    }
     PivotInto(kRoot);
 }
 

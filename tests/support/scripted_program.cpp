@@ -1,12 +1,9 @@
 #include "scripted_program.hpp"
 
-#include <cstdio>
 #include <filesystem>
 #include <set>
-#include <sys/stat.h>
 
 #include "descriptor.hpp"
-#include "error.hpp"
 
 namespace VeskTest
 {
@@ -16,7 +13,6 @@ namespace
 
 namespace fs = std::filesystem;
 
-constexpr const char* kSystemctl = "/usr/bin/systemctl";
 constexpr const char* kStandIn = "/run/sandbox/stand-in";
 
 void SetNumber(const VeskGround::Field& field, Call& call)
@@ -141,16 +137,25 @@ Answering& Answering::Then()
 }
 
 ScriptedProgram::ScriptedProgram(const std::string& path)
-    : m_folder(VeskGround::ScriptFolder(fs::path(path).filename()))
+    : m_path(path)
+    , m_folder(VeskGround::ScriptFolder(fs::path(path).filename()))
 {
     fs::remove_all(m_folder);
     MakeFolderForAll(m_folder);
     MakeFolderForAll(m_folder + "/calls");
-    if (path != kSystemctl) {
-        fs::create_directories(fs::path(path).parent_path());
-        fs::remove(path);
-        fs::create_symlink(kStandIn, path);
-    }
+    Restore();
+}
+
+void ScriptedProgram::Remove()
+{
+    fs::remove(m_path);
+}
+
+void ScriptedProgram::Restore()
+{
+    fs::create_directories(fs::path(m_path).parent_path());
+    fs::remove(m_path);
+    fs::copy_file(kStandIn, m_path);
 }
 
 Answering ScriptedProgram::On(const std::vector<std::string>& arguments)

@@ -4,7 +4,6 @@
 #include <csignal>
 #include <cstdint>
 #include <map>
-#include <memory>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -71,8 +70,12 @@ private:
 class ScriptedProgram
 {
 public:
-    // Replaces the program at PATH. "/usr/bin/systemctl" is replaced from the start.
+    // Replaces the program at PATH.
     explicit ScriptedProgram(const std::string& path);
+
+    // Takes the program away, or puts it back.
+    void Remove();
+    void Restore();
 
     Answering On(const std::vector<std::string>& arguments);
     Answering OnLeading(const std::vector<std::string>& arguments);
@@ -92,6 +95,7 @@ private:
     Answering AddRule(bool exact, const std::vector<std::string>& arguments);
     void Save() const;
 
+    std::string m_path;
     std::string m_folder;
     std::vector<VeskGround::Rule> m_rules;
 };

@@ -1,6 +1,5 @@
 #include "syslog_capture.hpp"
 
-#include <cctype>
 #include <cstdlib>
 #include <ostream>
 #include <sys/socket.h>
@@ -22,7 +21,7 @@ namespace
 constexpr const char* kFile = "/run/sandbox/syslog";
 constexpr std::size_t kTimeLength = sizeof "Mmm dd hh:mm:ss " - 1;
 
-// Takes one "LENGTH BYTES\n" off the text; false when it is not there whole.
+// Steps over one "LENGTH BYTES\n" of the text; false when it is not there whole.
 bool NextDatagram(const std::string& text, std::size_t& position, std::string& datagram)
 {
     const std::size_t blank = text.find(' ', position);
@@ -105,15 +104,18 @@ std::vector<SyslogLine> SyslogCapture::Take()
     const std::string marker = SendMarker();
     std::vector<SyslogLine> lines;
     for (;;) {
-        const std::string text = VeskGround::ReadFile(kFile);
-        for (std::string datagram; NextDatagram(text, m_position, datagram);) {
+        const std::string text = VeskGround::ReadFile(kFile, m_position);
+        std::size_t position = 0;
+        for (std::string datagram; NextDatagram(text, position, datagram);) {
             if (datagram == marker) {
+                m_position += position;
                 return lines;
             }
             if (datagram.rfind("<7>marker ", 0) != 0) {
                 lines.push_back(ParseSyslogDatagram(datagram));
             }
         }
+        m_position += position;
         std::this_thread::yield();
     }
 }

@@ -1,0 +1,119 @@
+#include "children.hpp"
+
+#include <cctype>
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <ostream>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include "error.hpp"
+#include "fields.hpp"
+
+namespace VeskTest
+{
+
+namespace
+{
+
+constexpr int kThrewException = 99;
+
+// Reads "PID (NAME) STATE PARENT ..."; the name may contain anything.
+void AddIfChild(pid_t pid, Children& children)
+{
+    const std::string stat = VeskGround::ReadFile("/proc/" + std::to_string(pid) + "/stat");
+    const std::size_t nameEnd = stat.rfind(") ");
+    if (nameEnd == std::string::npos || std::atoi(stat.c_str() + nameEnd + 4) != getpid()) {
+        return;
+    }
+    (stat[nameEnd + 2] == 'Z' ? children.zombies : children.running).push_back(pid);
+}
+
+int CallSafely(const std::function<int()>& function)
+{
+    try {
+        return function();
+    } catch (const std::exception&) {
+        return kThrewException;
+    }
+}
+
+bool HasEnded(pid_t child, int& status)
+{
+    return waitpid(child, &status, WNOHANG) == child;
+}
+
+} // namespace
+
+Children ListChildren()
+{
+    Children children;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
+        const std::string name = entry.path().filename();
+        if (std::isdigit(static_cast<unsigned char>(name[0])) != 0) {
+            AddIfChild(std::atoi(name.c_str()), children);
+        }
+    }
+    return children;
+}
+
+bool operator==(const Ending& left, const Ending& right)
+{
+    return left.kind == right.kind && left.number == right.number;
+}
+
+std::ostream& operator<<(std::ostream& stream, const Ending& ending)
+{
+    switch (ending.kind) {
+    case Ending::Kind::Exited:
+        return stream << "exited with " << ending.number;
+    case Ending::Kind::Signalled:
+        return stream << "killed by signal " << ending.number;
+    case Ending::Kind::TimedOut:
+        break;
+    }
+    return stream << "timed out";
+}
+
+Ending Exited(int code)
+{
+    return {Ending::Kind::Exited, code};
+}
+
+Ending Signalled(int signal)
+{
+    return {Ending::Kind::Signalled, signal};
+}
+
+Ending RunInChild(const std::function<int()>& function, std::chrono::milliseconds limit)
+{
+    const pid_t child = VeskGround::Require(fork(), "fork for", "a test's child");
+    if (child == 0) {
+        _exit(CallSafely(function));
+    }
+    int status = 0;
+    if (!Eventually([&] { return HasEnded(child, status); }, limit)) {
+        kill(child, SIGKILL);
+        waitpid(child, &status, 0);
+        return {Ending::Kind::TimedOut, 0};
+    }
+    return WIFEXITED(status) ? Exited(WEXITSTATUS(status)) : Signalled(WTERMSIG(status));
+}
+
+bool Eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit)
+{
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+    return true;
+}
+
+} // namespace VeskTest
