@@ -23,7 +23,8 @@ function(vesk_test_launcher tier options result)
         set(command $<TARGET_FILE:vesk-sandbox> ${folders} --platform ${CMAKE_BINARY_DIR}/tests/platform-tools
             ${options} --)
     elseif(tier STREQUAL "live")
-        set(command $<TARGET_FILE:vesk-live> ${folders} ${options} --)
+        set(command $<TARGET_FILE:vesk-live> ${folders} --platform ${CMAKE_BINARY_DIR}/tests/platform-tools
+            ${options} --)
     endif()
     set(${result} ${command} PARENT_SCOPE)
 endfunction()

@@ -97,9 +97,9 @@ int ReportErrors(const std::string& program, const std::function<int()>& body)
 
 void DropMachineRights()
 {
-    constexpr std::array<int, 9> rights = {CAP_SYS_MODULE, CAP_SYS_RAWIO, CAP_MKNOD,
-                                           CAP_SYS_TIME,   CAP_SYSLOG,    CAP_AUDIT_CONTROL,
-                                           CAP_AUDIT_READ, CAP_MAC_ADMIN, CAP_SYS_BOOT};
+    constexpr std::array<int, 12> rights = {CAP_SYS_MODULE,    CAP_SYS_RAWIO,  CAP_MKNOD,     CAP_AUDIT_WRITE,
+                                            CAP_MAC_OVERRIDE,  CAP_WAKE_ALARM, CAP_SYS_TIME,  CAP_SYSLOG,
+                                            CAP_AUDIT_CONTROL, CAP_AUDIT_READ, CAP_MAC_ADMIN, CAP_SYS_BOOT};
     for (const int right : rights) {
         Require(prctl(PR_CAPBSET_DROP, right, 0, 0, 0), "drop", "capability " + std::to_string(right));
     }

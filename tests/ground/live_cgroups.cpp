@@ -1,0 +1,168 @@
+#include "live_cgroups.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+#include "error.hpp"
+#include "mounts.hpp"
+
+namespace VeskGround
+{
+
+namespace
+{
+
+namespace fs = std::filesystem;
+
+// A line of mountinfo: its fields, an optional part, " - ", the type.
+bool IsUnifiedRoot(const std::string& line, std::string& mountPoint)
+{
+    std::istringstream fields(line);
+    std::string id;
+    std::string parent;
+    std::string device;
+    std::string root;
+    fields >> id >> parent >> device >> root >> mountPoint;
+    return root == "/" && line.find(" - cgroup2 ") != std::string::npos;
+}
+
+std::string UnifiedMountPoint()
+{
+    std::ifstream mounts("/proc/self/mountinfo");
+    std::string mountPoint;
+    for (std::string line; std::getline(mounts, line);) {
+        if (IsUnifiedRoot(line, mountPoint)) {
+            return mountPoint;
+        }
+    }
+    throw Error("no cgroup2 tree is mounted here", kExitUnsupported);
+}
+
+void MountNamed(const std::string& base, const std::string& name)
+{
+    const std::string target = base + "/" + name;
+    MakeDirectories(target);
+    const std::string data = "none,name=" + name;
+    if (mount("cgroup", target.c_str(), "cgroup", MS_NOSUID | MS_NODEV | MS_NOEXEC, data.c_str()) != 0) {
+        ThrowRefused("mount the cgroup hierarchy " + data + " on", target);
+    }
+}
+
+bool TryFor(std::chrono::milliseconds limit, const std::function<bool()>& done)
+{
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > end) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+std::vector<fs::path> FoldersOf(const fs::path& folder)
+{
+    std::vector<fs::path> found;
+    std::error_code error;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder, error)) {
+        if (entry.is_directory(error)) {
+            found.push_back(entry.path());
+        }
+    }
+    return found;
+}
+
+// Gone, also when it never was there; errno says why not.
+bool RemoveTree(const fs::path& folder)
+{
+    for (const fs::path& child : FoldersOf(folder)) {
+        RemoveTree(child);
+    }
+    return rmdir(folder.c_str()) == 0 || errno == ENOENT;
+}
+
+bool HierarchyExists(const std::string& name)
+{
+    std::ifstream groups("/proc/self/cgroup");
+    for (std::string line; std::getline(groups, line);) {
+        if (line.find(":name=" + name + ":") != std::string::npos) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool GoesAfterUnmount(const std::string& target, const std::string& name)
+{
+    umount2(target.c_str(), MNT_DETACH);
+    return TryFor(std::chrono::milliseconds(100), [&] { return !HierarchyExists(name); });
+}
+
+// The kernel takes a hierarchy apart some time after its last mount is gone. One that was unmounted while a
+// removed folder of it was not quite gone stays, and goes when it is mounted and unmounted once more; unless
+// another system uses it. A folder is not quite gone as long as a process that died in it is not reaped, and
+// the machine's init may take a second for that.
+void ForgetHierarchy(const std::string& base, const std::string& name)
+{
+    const std::string target = base + "/" + name;
+    for (int attempt = 0; attempt < 50; ++attempt) {
+        if (!FoldersOf(target).empty() || GoesAfterUnmount(target, name)) {
+            return;
+        }
+        MountNamed(base, name);
+    }
+}
+
+} // namespace
+
+void MountHierarchies(const std::string& base)
+{
+    for (const char* name : {"systemd", "veskmonitor"}) {
+        MountNamed(base, name);
+    }
+    Bind(UnifiedMountPoint(), base + "/unified");
+}
+
+CgroupFolders CreateCgroups(const std::string& base, const std::string& name)
+{
+    CgroupFolders folders;
+    for (std::size_t i = 0; i < kHierarchies.size(); ++i) {
+        const std::string path = base + "/" + kHierarchies.at(i) + "/" + name;
+        Require(mkdir(path.c_str(), 0755), "create", path);
+        folders.at(i) = OpenPath(path);
+    }
+    return folders;
+}
+
+void EnterCgroups(const CgroupFolders& folders)
+{
+    for (const Descriptor& folder : folders) {
+        const Descriptor members(Require(openat(folder.Get(), "cgroup.procs", O_WRONLY | O_CLOEXEC), "open",
+                                         "cgroup.procs of the system's cgroup"));
+        WriteAll(members.Get(), "0", "cgroup.procs of the system's cgroup");
+    }
+}
+
+void RemoveCgroups(const std::string& base, const std::string& name)
+{
+    for (const char* hierarchy : kHierarchies) {
+        const std::string path = base + "/" + hierarchy + "/" + name;
+        if (!TryFor(std::chrono::seconds(10), [&] { return RemoveTree(path); })) {
+            ThrowErrno("remove", path);
+        }
+    }
+    ForgetHierarchy(base, "veskmonitor");
+}
+
+} // namespace VeskGround

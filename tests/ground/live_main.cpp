@@ -1,0 +1,87 @@
+// vesk-live: boots a private systemd, runs a command in it, takes it down. See live_options.cpp for its
+// usage.
+
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+#include "error.hpp"
+#include "live_options.hpp"
+#include "live_system.hpp"
+
+namespace
+{
+
+using namespace VeskGround;
+
+constexpr int kExitUsage = 2;
+
+std::string FreshName()
+{
+    std::random_device random;
+    return "vesk-live-" + std::to_string(getpid()) + "-" + std::to_string(random());
+}
+
+void CheckMachine()
+{
+    if (geteuid() != 0) {
+        throw Error("only root can boot a private systemd", kExitUnsupported);
+    }
+    for (const char* needed : {"/usr/lib/systemd/systemd", "/usr/bin/systemctl", "/usr/bin/dbus-daemon",
+                               "/usr/lib/systemd/systemd-logind", "/usr/lib/systemd/systemd-journald"}) {
+        if (access(needed, X_OK) != 0) {
+            throw Error(std::string(needed) + " is not installed", kExitUnsupported);
+        }
+    }
+}
+
+LivePlan PlanOf(const LiveOptions& options)
+{
+    const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
+    LivePlan plan;
+    plan.cgroupName = FreshName();
+    plan.folders = options.folders;
+    plan.sources.adapter = self.parent_path() / "vesk-systemctl-adapter";
+    plan.sources.platform = options.platform;
+    return plan;
+}
+
+int Live(const std::vector<std::string>& arguments)
+{
+    const LiveOptions options = ParseLiveOptions(arguments);
+    if (options.help) {
+        std::fputs(kLiveUsage, stdout);
+        return 0;
+    }
+    CheckMachine();
+    LiveSystem system(PlanOf(options));
+    const int exitCode = system.Run(options.command);
+    system.TakeDown();
+    return exitCode;
+}
+
+int Complain(const char* text, int exitCode)
+{
+    std::fprintf(stderr, "vesk-live: %s%s\n", exitCode == kExitUnsupported ? "skipped: " : "", text);
+    return exitCode;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return Live(std::vector<std::string>(argv + 1, argv + argc));
+    } catch (const UsageError& error) {
+        std::fputs(kLiveUsage, stderr);
+        return Complain(error.what(), kExitUsage);
+    } catch (const Error& error) {
+        return Complain(error.what(), error.ExitCode());
+    } catch (const std::exception& error) {
+        return Complain(error.what(), kExitSetupFailed);
+    }
+}
