@@ -18,13 +18,12 @@ namespace
 {
 
 /** As much as a pipe holds. */
-constexpr std::size_t kBufferSize = 64 * 1024;
+constexpr std::size_t kBufferSize = 64UL * 1024;
 
-/** What belongs to a stream of VLIBCPopenv: carried by the stream itself, so that no table of streams exists.
- */
+/** What belongs to a stream of VLIBCPopenv. The stream itself carries it: there is no table of streams. */
 struct PipeStream {
-    PipeStream() {
-    } // NOLINT(modernize-use-equals-default): value-initialising would clear the buffer each time
+    // Not defaulted: that would clear the buffer whenever one is made.
+    PipeStream() {} // NOLINT(modernize-use-equals-default)
 
     UniqueFd readEnd;
     Child child;

@@ -21,7 +21,7 @@ namespace VESK::Platform
 namespace
 {
 
-constexpr std::size_t kStackSize = 64 * 1024;
+constexpr std::size_t kStackSize = 64UL * 1024;
 constexpr std::size_t kKernelSignalSetSize = 8;
 constexpr int kSignals = 64;
 constexpr int kNotRun = 127;
