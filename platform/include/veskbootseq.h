@@ -13,9 +13,8 @@ extern "C" {
 #endif
 
 /**
- * The current boot step: the decimal number in "/run/veskbootseq/step", -1 when there is none, or
- * anything else than a number of digits.
- * Thread-safe; reads one small file.
+ * The current boot step: the decimal number in "/run/veskbootseq/step"; -1 when there is no such file, or when
+ * it holds anything but digits with blanks around them. Thread-safe; reads one small file.
  */
 int VESKSystemGetBootStep(void);
 
