@@ -66,6 +66,8 @@ bool operator==(const Ending& left, const Ending& right)
     return left.kind == right.kind && left.number == right.number;
 }
 
+bool operator!=(const Ending& left, const Ending& right) { return !(left == right); }
+
 std::ostream& operator<<(std::ostream& stream, const Ending& ending)
 {
     switch (ending.kind) {

@@ -24,6 +24,7 @@ struct Ending {
 };
 
 bool operator==(const Ending& left, const Ending& right);
+bool operator!=(const Ending& left, const Ending& right);
 std::ostream& operator<<(std::ostream& stream, const Ending& ending);
 
 Ending Exited(int code);
