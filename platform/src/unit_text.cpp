@@ -10,7 +10,7 @@ namespace
 constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kComments = "#;";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-/** What ends a line: a carriage return and a line feed in a row, in either order, end one. */
+/** What ends a line; a carriage return with a line feed behind it ends one, not two. */
 constexpr std::string_view kLineEnds("\n\r\0", 3);
 
 std::string_view Strip(std::string_view text)
@@ -46,14 +46,11 @@ PhysicalLine TakeLine(std::string_view& rest)
 {
     const auto end = rest.find_first_of(kLineEnds);
     if (end == std::string_view::npos) {
-        return {std::exchange(rest, {}), rest};
+        const auto last = std::exchange(rest, {});
+        return {last, last};
     }
-    auto length = end + 1;
-    if (length < rest.size()) {
-        const char first = rest[end];
-        const char second = rest[length];
-        length += (first == '\n' && second == '\r') || (first == '\r' && second == '\n') ? 1 : 0;
-    }
+    const bool isPair = rest.substr(end, 2) == "\r\n";
+    const auto length = end + (isPair ? 2 : 1);
     const PhysicalLine line{rest.substr(0, length), rest.substr(0, end)};
     rest.remove_prefix(length);
     return line;
@@ -189,19 +186,20 @@ public:
 
     void AddHeaderOfSection(const LogicalLine& line)
     {
-        if (!m_bodyAt) {
+        m_isPlaceFinal = m_bodyAt.has_value();
+        if (!m_isPlaceFinal) {
             m_text += SectionHeader(m_section);
             m_bodyAt = m_text.size();
         }
         m_text += line.comments;
     }
 
-    /** An assignment of the section goes; the first one says where the new ones stand. */
+    /** The first assignment that goes says where the new ones stand, unless it is in a later occurrence. */
     void DropLineOfSection(const LogicalLine& line)
     {
-        if (!m_hasDropped) {
+        if (!m_isPlaceFinal) {
             m_bodyAt = m_text.size();
-            m_hasDropped = true;
+            m_isPlaceFinal = true;
         }
         m_text += line.comments;
     }
@@ -214,19 +212,19 @@ public:
             return m_text.insert(*m_bodyAt, body);
         }
         if (!m_text.empty()) {
-            // The blank line also ends a line that would continue on the header.
-            m_text += EndsLine(m_text.back()) ? "\n" : "\n\n";
+            // The blank line also ends a line that would continue on the header. A carriage return alone
+            // would make one line end with the first line feed.
+            const char last = m_text.back();
+            m_text += last == '\n' || last == '\0' ? "\n" : "\n\n";
         }
         return m_text + SectionHeader(m_section) + body;
     }
 
 private:
-    static bool EndsLine(char last) { return kLineEnds.find(last) != std::string_view::npos; }
-
     std::string_view m_section;
     std::string m_text;
     std::optional<std::size_t> m_bodyAt;
-    bool m_hasDropped = false;
+    bool m_isPlaceFinal = false;
 };
 
 bool HasLineEnd(std::string_view text)
