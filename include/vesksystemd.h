@@ -81,6 +81,117 @@ VESK_API int VESKCSystemdReloadGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppLi
 VESK_API int VESKCSystemdReloadOrRestart(const char* szUnit);
 VESK_API int VESKCSystemdReloadOrRestartGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
 
+/* ---- Unit actions that do not wait --------------------------------------------------------------------- */
+/*
+ * As the actions above, but each only queues the job: success means that it was queued.
+ */
+
+VESK_API int VESKCSystemdStartNoBlock(const char* szUnit);
+VESK_API int VESKCSystemdStartGroupNoBlock(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+VESK_API int VESKCSystemdStopNoBlock(const char* szUnit);
+VESK_API int VESKCSystemdStopGroupNoBlock(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+VESK_API int VESKCSystemdRestartNoBlock(const char* szUnit);
+VESK_API int VESKCSystemdRestartGroupNoBlock(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+VESK_API int VESKCSystemdTryRestartNoBlock(const char* szUnit);
+VESK_API int VESKCSystemdTryRestartGroupNoBlock(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+VESK_API int VESKCSystemdReloadNoBlock(const char* szUnit);
+VESK_API int VESKCSystemdReloadGroupNoBlock(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+VESK_API int VESKCSystemdReloadOrRestartNoBlock(const char* szUnit);
+VESK_API int VESKCSystemdReloadOrRestartGroupNoBlock(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+
+/* ---- Unit-file states ---------------------------------------------------------------------------------- */
+/*
+ * On failure all units count as failed. Enable, disable and reenable mark each unit as one whose enable state
+ * was changed, also when they fail. The InGenerator forms work on the unit files and need no manager; the
+ * RunTime forms last until the next boot.
+ */
+
+VESK_API int VESKCSystemdEnable(const char* szUnit);
+VESK_API int VESKCSystemdEnableGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+VESK_API int VESKCSystemdEnableInGenerator(const char* szUnit);
+VESK_API int VESKCSystemdEnableGroupInGenerator(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+VESK_API int VESKCSystemdDisable(const char* szUnit);
+VESK_API int VESKCSystemdDisableGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+VESK_API int VESKCSystemdDisableInGenerator(const char* szUnit);
+VESK_API int VESKCSystemdDisableGroupInGenerator(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+VESK_API int VESKCSystemdReenable(const char* szUnit);
+VESK_API int VESKCSystemdReenableGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+
+/**
+ * Makes a unit impossible to start, and possible again. With the Group forms a failed list of the library's
+ * own decides the outcome, so it does not matter what the caller's list held.
+ */
+VESK_API int VESKCSystemdMask(const char* szUnit);
+VESK_API int VESKCSystemdMaskRunTime(const char* szUnit);
+VESK_API int VESKCSystemdMaskGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+VESK_API int VESKCSystemdUnmask(const char* szUnit);
+VESK_API int VESKCSystemdUnmaskRunTime(const char* szUnit);
+VESK_API int VESKCSystemdUnmaskGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+
+/* ---- Maintenance --------------------------------------------------------------------------------------- */
+
+/** Makes the manager read its unit files again. */
+VESK_API int VESKCSystemdDaemonReload(void);
+
+/**
+ * Removes a unit for good: stops it, takes away its enable and mask links, deletes its unit file and drop-ins
+ * as the manager names them, its mark and its reasons, reloads the manager and clears the unit's failed
+ * state.
+ *
+ * A unit whose files cannot be found out or removed is a failed unit; a failed stop or link is logged and
+ * passed over. Only files and links below absolute paths are deleted, and of a unit either all or none; what
+ * the unit shares with others (the file of its template, drop-ins for all units of its type) is deleted too.
+ */
+VESK_API int VESKCSystemdUninstall(const char* szUnit);
+VESK_API int VESKCSystemdUninstallGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed);
+
+/* ---- States of a unit ---------------------------------------------------------------------------------- */
+
+/** Whether a unit runs. */
+typedef enum VESK_SYSTEMD_ACTIVE_STATUS {
+    VESK_SYSTEMD_ACTIVE_STATUS_UNKNOWN = -1,
+    VESK_SYSTEMD_ACTIVE_STATUS_INACTIVE = 0,
+    VESK_SYSTEMD_ACTIVE_STATUS_ACTIVE = 1,
+    VESK_SYSTEMD_ACTIVE_STATUS_DEACTIVATING = 2,
+    VESK_SYSTEMD_ACTIVE_STATUS_ACTIVATING = 3,
+    VESK_SYSTEMD_ACTIVE_STATUS_RELOADING = 4,
+    VESK_SYSTEMD_ACTIVE_STATUS_FAILED = 5
+} VESK_SYSTEMD_ACTIVE_STATUS;
+
+/** Whether a unit's file is loaded. */
+typedef enum VESK_SYSTEMD_LOAD_STATUS {
+    VESK_SYSTEMD_LOAD_STATUS_UNKNOWN = -1,
+    VESK_SYSTEMD_LOAD_STATUS_STUB = 0,
+    VESK_SYSTEMD_LOAD_STATUS_LOADED = 1,
+    VESK_SYSTEMD_LOAD_STATUS_NOT_FOUND = 2,
+    VESK_SYSTEMD_LOAD_STATUS_ERROR = 3,
+    VESK_SYSTEMD_LOAD_STATUS_MERGED = 4,
+    VESK_SYSTEMD_LOAD_STATUS_MASKED = 5
+} VESK_SYSTEMD_LOAD_STATUS;
+
+/** Whether a unit is enabled. The states that last until the next boot only count as their lasting forms. */
+typedef enum VESK_SYSTEMD_ENABLE_STATUS {
+    VESK_SYSTEMD_ENABLE_STATUS_UNKNOWN = -1,
+    VESK_SYSTEMD_ENABLE_STATUS_DISABLED = 0,
+    VESK_SYSTEMD_ENABLE_STATUS_ENABLED = 1,
+    VESK_SYSTEMD_ENABLE_STATUS_STATIC = 2,
+    VESK_SYSTEMD_ENABLE_STATUS_MASKED = 3,
+    VESK_SYSTEMD_ENABLE_STATUS_LINKED = 4
+} VESK_SYSTEMD_ENABLE_STATUS;
+
+/*
+ * Each returns a value of the enumeration above; -1, with 0x8000 set, for a word that the library does not
+ * know. The System form asks the system manager whoever the caller is; the InGenerator form reads the unit
+ * files from disk and needs no manager.
+ */
+
+VESK_API int VESKCSystemdActiveStatusGet(const char* szUnit);
+VESK_API int VESKCSystemdActiveStatusGetSystem(const char* szUnit);
+VESK_API int VESKCSystemdLoadStatusGet(const char* szUnit);
+VESK_API int VESKCSystemdEnableStatusGet(const char* szUnit);
+VESK_API int VESKCSystemdEnableStatusGetSystem(const char* szUnit);
+VESK_API int VESKCSystemdEnableStatusGetInGenerator(const char* szUnit);
+
 /* ---- Jobs and unit lists ------------------------------------------------------------------------------- */
 
 /** Whether a job of the unit is queued: 1 or 0. 0x8100 when the manager could not be asked (result 0). */

@@ -378,6 +378,91 @@ VESK_API bool VESKSystemdReloadOrRestart(const std::vector<std::string>& vecUnit
                                          std::vector<std::string>& vecFailed);
 VESK_API bool VESKSystemdReloadOrRestart(const std::string& strUnit);
 
+/* ---- Unit actions that do not wait --------------------------------------------------------------------- */
+
+VESK_API bool VESKSystemdStartNoBlock(const std::vector<std::string>& vecUnits,
+                                      std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdStartNoBlock(const std::string& strUnit);
+VESK_API bool VESKSystemdStopNoBlock(const std::vector<std::string>& vecUnits,
+                                     std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdStopNoBlock(const std::string& strUnit);
+VESK_API bool VESKSystemdRestartNoBlock(const std::vector<std::string>& vecUnits,
+                                        std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdRestartNoBlock(const std::string& strUnit);
+VESK_API bool VESKSystemdTryRestartNoBlock(const std::vector<std::string>& vecUnits,
+                                           std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdTryRestartNoBlock(const std::string& strUnit);
+VESK_API bool VESKSystemdReloadNoBlock(const std::vector<std::string>& vecUnits,
+                                       std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdReloadNoBlock(const std::string& strUnit);
+VESK_API bool VESKSystemdReloadOrRestartNoBlock(const std::vector<std::string>& vecUnits,
+                                                std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdReloadOrRestartNoBlock(const std::string& strUnit);
+
+/* ---- Unit-file states ---------------------------------------------------------------------------------- */
+
+/** The flag has no effect. */
+VESK_API bool VESKSystemdEnableWithOptionsInternal(const std::vector<std::string>& vecOptions,
+                                                   const std::vector<std::string>& vecUnits,
+                                                   std::vector<std::string>& vecFailed, bool blUnused);
+VESK_API bool VESKSystemdEnableWithOptions(const std::vector<std::string>& vecUnits,
+                                           const VESK::Systemd::CommandOptions& options,
+                                           std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdEnable(const std::vector<std::string>& vecUnits,
+                                std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdEnable(const std::string& strUnit);
+VESK_API bool VESKSystemdEnableInGenerator(const std::vector<std::string>& vecUnits,
+                                           std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdEnableInGenerator(const std::string& strUnit);
+
+/** The flag has no effect. */
+VESK_API bool VESKSystemdDisableWithOptionsInternal(const std::vector<std::string>& vecOptions,
+                                                    const std::vector<std::string>& vecUnits,
+                                                    std::vector<std::string>& vecFailed, bool blUnused);
+VESK_API bool VESKSystemdDisableWithOptions(const std::vector<std::string>& vecUnits,
+                                            const VESK::Systemd::CommandOptions& options,
+                                            std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdDisable(const std::vector<std::string>& vecUnits,
+                                 std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdDisable(const std::string& strUnit);
+VESK_API bool VESKSystemdDisableInGenerator(const std::vector<std::string>& vecUnits,
+                                            std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdDisableInGenerator(const std::string& strUnit);
+
+VESK_API bool VESKSystemdReenable(const std::vector<std::string>& vecUnits,
+                                  std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdReenable(const std::string& strUnit);
+
+/** A failed list that is not empty before makes this a failure, whatever systemctl says; so does unmask's. */
+VESK_API bool VESKSystemdMask(const std::vector<std::string>& vecUnits, std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdMask(const std::string& strUnit);
+VESK_API bool VESKSystemdMaskRunTime(const std::string& strUnit);
+VESK_API bool VESKSystemdUnmask(const std::vector<std::string>& vecUnits,
+                                std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdUnmask(const std::string& strUnit);
+VESK_API bool VESKSystemdUnmaskRunTime(const std::string& strUnit);
+
+/* ---- Maintenance --------------------------------------------------------------------------------------- */
+
+/** Clears the failed state of units. */
+VESK_API bool VESKSystemdResetFailed(const std::vector<std::string>& vecUnits,
+                                     std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdDaemonReload();
+VESK_API bool VESKSystemdUninstall(const std::vector<std::string>& vecUnits,
+                                   std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdUninstall(const std::string& strUnit);
+
+/* ---- States of a unit ---------------------------------------------------------------------------------- */
+
+VESK_API VESK_SYSTEMD_ACTIVE_STATUS VESKSystemdActiveStatusGet(const std::string& strUnit);
+VESK_API VESK_SYSTEMD_ACTIVE_STATUS VESKSystemdActiveStatusGetSystem(const std::string& strUnit);
+VESK_API VESK_SYSTEMD_LOAD_STATUS VESKSystemdLoadStatusGet(const std::string& strUnit);
+VESK_API VESK_SYSTEMD_ENABLE_STATUS VESKSystemdEnableStatusGet(const std::string& strUnit);
+VESK_API VESK_SYSTEMD_ENABLE_STATUS
+VESKSystemdEnableStatusGetWithOptions(const std::vector<std::string>& vecOptions, const std::string& strUnit);
+VESK_API VESK_SYSTEMD_ENABLE_STATUS VESKSystemdEnableStatusGetSystem(const std::string& strUnit);
+VESK_API VESK_SYSTEMD_ENABLE_STATUS VESKSystemdEnableStatusGetInGenerator(const std::string& strUnit);
+
 /* ---- Unit properties ----------------------------------------------------------------------------------- */
 
 /** Reads one property of a unit, trimmed. False when the manager could not be asked or has no answer. */

@@ -7,16 +7,16 @@
 namespace VESK::Systemd
 {
 
-std::vector<std::string> ListGet(const VLIBCSzList* pList)
+Texts ListGet(const VLIBCSzList* pList)
 {
-    std::vector<std::string> vecTexts;
+    Texts vecTexts;
     for (int i = 0; i < VLIBCSzListCount(pList); ++i) {
         vecTexts.emplace_back(VLIBCSzListGet(pList, i));
     }
     return vecTexts;
 }
 
-void ListPush(const std::vector<std::string>& vecTexts, VLIBCSzList** ppList)
+void ListPush(const Texts& vecTexts, VLIBCSzList** ppList)
 {
     for (const std::string& strText : vecTexts) {
         VLIBCSzListPush(ppList, strText.c_str());
@@ -25,7 +25,13 @@ void ListPush(const std::vector<std::string>& vecTexts, VLIBCSzList** ppList)
 
 bool GroupForm(const VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed, UnitsOperation* operation)
 {
-    std::vector<std::string> vecFailed;
+    return GroupForm(pListUnits, ppListFailed, std::function<UnitsOperation>(operation));
+}
+
+bool GroupForm(const VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed,
+               const std::function<UnitsOperation>& operation)
+{
+    Texts vecFailed;
     const bool blResult = operation(ListGet(pListUnits), vecFailed);
     if (!blResult && ppListFailed != nullptr && *ppListFailed != nullptr) {
         ListPush(vecFailed, ppListFailed);
@@ -35,7 +41,7 @@ bool GroupForm(const VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed, UnitsO
 
 bool OneUnitForm(const std::string& strUnit, UnitsOperation* operation)
 {
-    std::vector<std::string> vecFailed;
+    Texts vecFailed;
     return operation({strUnit}, vecFailed);
 }
 

@@ -3,34 +3,58 @@
 /** What the C functions share: exceptions stopped, lists and texts converted. */
 
 #include <cstddef>
-#include <exception>
+#include <functional>
 #include <string>
-#include <vector>
 
 #include <veskcore.h>
+
+#include "core/text.hpp"
 
 namespace VESK::Systemd
 {
 
 /** An operation on a list of units that tells the units that failed. */
-using UnitsOperation = bool(const std::vector<std::string>& vecUnits, std::vector<std::string>& vecFailed);
+using UnitsOperation = bool(const Texts& vecUnits, Texts& vecFailed);
+
+/** The body of a C function: its value, or `failure` when it throws. */
+template <typename Value, typename Body>
+Value CValueForm(Value failure, Body&& body) noexcept
+{
+    try {
+        return body();
+    } catch (...) {
+        return failure;
+    }
+}
 
 /** The body of a C function: 1 when `body` is true, 0 when it is false or throws. */
 template <typename Body>
 int CForm(Body&& body) noexcept
 {
-    try {
-        return body() ? 1 : 0;
-    } catch (...) {
-        return 0;
-    }
+    return CValueForm(false, body) ? 1 : 0;
 }
 
-std::vector<std::string> ListGet(const VLIBCSzList* pList);
+Texts ListGet(const VLIBCSzList* pList);
 
-void ListPush(const std::vector<std::string>& vecTexts, VLIBCSzList** ppList);
+void ListPush(const Texts& vecTexts, VLIBCSzList** ppList);
+
+/** Pushes what `textsGet` finds to the caller's list, when it finds it. */
+template <typename Getter>
+bool ListForm(VLIBCSzList** ppList, Getter&& textsGet)
+{
+    Texts vecTexts;
+    if (!textsGet(vecTexts)) {
+        return false;
+    }
+    ListPush(vecTexts, ppList);
+    return true;
+}
 
 /** Runs `operation` on a list; on failure pushes the failed units to the caller's list if there is one. */
+bool GroupForm(const VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed,
+               const std::function<UnitsOperation>& operation);
+
+/** The same for a family's list form, picked from its overloads by its type. */
 bool GroupForm(const VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed, UnitsOperation* operation);
 
 /** Runs `operation` on one unit, whose failure the result tells. */

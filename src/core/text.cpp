@@ -6,7 +6,7 @@
 namespace VESK::Systemd
 {
 
-std::string Joined(const std::vector<std::string>& vecTexts, const char* szSeparator)
+std::string Joined(const Texts& vecTexts, const char* szSeparator)
 {
     return boost::algorithm::join(vecTexts, szSeparator);
 }

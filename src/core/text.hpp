@@ -6,8 +6,10 @@
 namespace VESK::Systemd
 {
 
+using Texts = std::vector<std::string>;
+
 /** The texts with `szSeparator` between them, as names stand in log lines. */
-std::string Joined(const std::vector<std::string>& vecTexts, const char* szSeparator = ", ");
+std::string Joined(const Texts& vecTexts, const char* szSeparator = ", ");
 
 /** The text without white space at either end. */
 std::string Trimmed(const std::string& strText);

@@ -5,7 +5,7 @@
 #include "keys/key_get.hpp"
 
 using VESK::Systemd::CForm;
-using VESK::Systemd::ListPush;
+using VESK::Systemd::ListForm;
 
 bool VESKSystemdFirewallSectionsGet(const std::string& strUnit, std::vector<std::string>& vecSections)
 {
@@ -16,15 +16,10 @@ bool VESKSystemdFirewallSectionsGet(const std::string& strUnit, std::vector<std:
 int VESKCSystemdFirewallSectionsGet(const char* szUnit, VLIBCSzList** ppFirewallSections)
 {
     return CForm([&] {
-        if (!VESK_ARGUMENT(nullptr != szUnit) || !VESK_ARGUMENT(nullptr != ppFirewallSections) ||
-            !VESK_ARGUMENT(nullptr != *ppFirewallSections)) {
-            return false;
-        }
-        std::vector<std::string> vecSections;
-        if (!VESKSystemdFirewallSectionsGet(szUnit, vecSections)) {
-            return false;
-        }
-        ListPush(vecSections, ppFirewallSections);
-        return true;
+        return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != ppFirewallSections) &&
+               VESK_ARGUMENT(nullptr != *ppFirewallSections) &&
+               ListForm(ppFirewallSections, [&](VESK::Systemd::Texts& vecTexts) {
+                   return VESKSystemdFirewallSectionsGet(szUnit, vecTexts);
+               });
     });
 }

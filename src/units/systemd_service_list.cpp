@@ -4,7 +4,7 @@
 #include "core/log.hpp"
 
 using VESK::Systemd::CForm;
-using VESK::Systemd::ListPush;
+using VESK::Systemd::ListForm;
 
 bool VESKSystemdServiceList(std::vector<std::string>& vecServices)
 {
@@ -21,14 +21,7 @@ bool VESKSystemdServiceList(std::vector<std::string>& vecServices)
 int VESKCSystemdServiceList(VLIBCSzList** ppListServices)
 {
     return CForm([&] {
-        if (!VESK_ARGUMENT(nullptr != ppListServices) || !VESK_ARGUMENT(nullptr != *ppListServices)) {
-            return false;
-        }
-        std::vector<std::string> vecServices;
-        if (!VESKSystemdServiceList(vecServices)) {
-            return false;
-        }
-        ListPush(vecServices, ppListServices);
-        return true;
+        return VESK_ARGUMENT(nullptr != ppListServices) && VESK_ARGUMENT(nullptr != *ppListServices) &&
+               ListForm(ppListServices, VESKSystemdServiceList);
     });
 }

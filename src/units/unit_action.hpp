@@ -2,15 +2,12 @@
 
 /** What the families of unit actions share. A family is a row of what is its own, and thin entry points. */
 
-#include <string>
-#include <vector>
-
 #include "vesksystemd.hpp"
+
+#include "core/text.hpp"
 
 namespace VESK::Systemd
 {
-
-using Texts = std::vector<std::string>;
 
 /** One family of actions: its verb, its words in the log, and where it differs from the others. */
 struct UnitAction {

@@ -1,0 +1,19 @@
+#include "core/directory.hpp"
+
+#include <string_view>
+
+namespace VESK::Systemd
+{
+
+const char* Directory::Next()
+{
+    while (const dirent* pEntry = readdir(m_pDirectory.get())) {
+        const std::string_view svName = pEntry->d_name;
+        if (svName != "." && svName != "..") {
+            return pEntry->d_name;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace VESK::Systemd

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cerrno>
+#include <dirent.h>
+#include <memory>
+#include <string>
+
+namespace VESK::Systemd
+{
+
+/** The entries of a folder, in the order in which the system gives them, without "." and "..". */
+class Directory
+{
+public:
+    explicit Directory(const std::string& strPath)
+        : m_pDirectory(opendir(strPath.c_str()))
+        , m_nError(m_pDirectory == nullptr ? errno : 0)
+    {
+    }
+
+    /** 0 when the folder is open, else why it could not be opened. */
+    int Error() const { return m_nError; }
+
+    /** The next entry's name, valid until the next call; null at the end. */
+    const char* Next();
+
+private:
+    struct Closer {
+        void operator()(DIR* pDirectory) const { closedir(pDirectory); }
+    };
+    std::unique_ptr<DIR, Closer> m_pDirectory;
+    int m_nError;
+};
+
+} // namespace VESK::Systemd

@@ -1,0 +1,86 @@
+#include "vesksystemd.hpp"
+
+#include "core/c_forms.hpp"
+#include "core/text.hpp"
+#include "units/status_word.hpp"
+
+using VESK::Systemd::CValueForm;
+using VESK::Systemd::kUnknownStatus;
+using VESK::Systemd::StatusWord;
+using VESK::Systemd::SystemctlOpts;
+using VESK::Systemd::SystemctlOptsBuilder;
+using VESK::Systemd::Texts;
+
+namespace
+{
+
+using Status = VESK_SYSTEMD_ENABLE_STATUS;
+
+constexpr std::array<StatusWord<Status>, 8> kWords{{
+    {"disabled", VESK_SYSTEMD_ENABLE_STATUS_DISABLED},
+    {"enabled", VESK_SYSTEMD_ENABLE_STATUS_ENABLED},
+    {"enabled-runtime", VESK_SYSTEMD_ENABLE_STATUS_ENABLED},
+    {"static", VESK_SYSTEMD_ENABLE_STATUS_STATIC},
+    {"masked", VESK_SYSTEMD_ENABLE_STATUS_MASKED},
+    {"masked-runtime", VESK_SYSTEMD_ENABLE_STATUS_MASKED},
+    {"linked", VESK_SYSTEMD_ENABLE_STATUS_LINKED},
+    {"linked-runtime", VESK_SYSTEMD_ENABLE_STATUS_LINKED},
+}};
+
+bool WordGet(const std::string& strUnit, const SystemctlOpts& opts, std::string& strWord)
+{
+    // The exit code does not count: it is not 0 for a unit that is disabled.
+    const auto readAnswer = [&](int, const Texts& vecLines) {
+        if (vecLines.empty()) {
+            return false;
+        }
+        strWord = VESK::Systemd::Trimmed(vecLines.front());
+        return true;
+    };
+    try {
+        return VESKSystemdSystemctlUltron("is-enabled", opts, {strUnit}, readAnswer);
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+Status StatusGet(const std::string& strUnit, const SystemctlOpts& opts)
+{
+    std::string strWord;
+    if (!VESK_ARGUMENT(!strUnit.empty()) || !WordGet(strUnit, opts, strWord)) {
+        return kUnknownStatus<Status>;
+    }
+    return StatusOf(kWords, strWord, VESK_HERE);
+}
+
+} // namespace
+
+Status VESKSystemdEnableStatusGet(const std::string& strUnit)
+{
+    return StatusGet(strUnit, SystemctlOpts());
+}
+
+Status VESKSystemdEnableStatusGetWithOptions(const Texts& vecOptions, const std::string& strUnit)
+{
+    return StatusGet(strUnit, SystemctlOptsBuilder().SetCmdOpts(&vecOptions).Build());
+}
+
+Status VESKSystemdEnableStatusGetSystem(const std::string& strUnit)
+{
+    return StatusGet(strUnit, SystemctlOptsBuilder().SetForceSystem(true).Build());
+}
+
+int VESKCSystemdEnableStatusGet(const char* szUnit)
+{
+    return CValueForm(-1, [&] {
+        return VESK_ARGUMENT(nullptr != szUnit) ? VESKSystemdEnableStatusGet(szUnit) : kUnknownStatus<Status>;
+    });
+}
+
+int VESKCSystemdEnableStatusGetSystem(const char* szUnit)
+{
+    return CValueForm(-1, [&] {
+        return VESK_ARGUMENT(nullptr != szUnit) ? VESKSystemdEnableStatusGetSystem(szUnit)
+                                                : kUnknownStatus<Status>;
+    });
+}

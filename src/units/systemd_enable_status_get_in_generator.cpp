@@ -1,0 +1,22 @@
+#include "vesksystemd.hpp"
+
+#include "core/c_forms.hpp"
+#include "units/status_word.hpp"
+
+using VESK::Systemd::CValueForm;
+using VESK::Systemd::kUnknownStatus;
+
+using Status = VESK_SYSTEMD_ENABLE_STATUS;
+
+Status VESKSystemdEnableStatusGetInGenerator(const std::string& strUnit)
+{
+    return VESKSystemdEnableStatusGetWithOptions({"--root=/."}, strUnit);
+}
+
+int VESKCSystemdEnableStatusGetInGenerator(const char* szUnit)
+{
+    return CValueForm(-1, [&] {
+        return VESK_ARGUMENT(nullptr != szUnit) ? VESKSystemdEnableStatusGetInGenerator(szUnit)
+                                                : kUnknownStatus<Status>;
+    });
+}

@@ -1,0 +1,40 @@
+#include "vesksystemd.hpp"
+
+#include "core/c_forms.hpp"
+#include "units/status_word.hpp"
+
+using VESK::Systemd::CValueForm;
+using VESK::Systemd::kUnknownStatus;
+using VESK::Systemd::StatusWord;
+
+namespace
+{
+
+using Status = VESK_SYSTEMD_LOAD_STATUS;
+
+constexpr std::array<StatusWord<Status>, 6> kWords{{
+    {"stub", VESK_SYSTEMD_LOAD_STATUS_STUB},
+    {"loaded", VESK_SYSTEMD_LOAD_STATUS_LOADED},
+    {"not-found", VESK_SYSTEMD_LOAD_STATUS_NOT_FOUND},
+    {"error", VESK_SYSTEMD_LOAD_STATUS_ERROR},
+    {"merged", VESK_SYSTEMD_LOAD_STATUS_MERGED},
+    {"masked", VESK_SYSTEMD_LOAD_STATUS_MASKED},
+}};
+
+} // namespace
+
+Status VESKSystemdLoadStatusGet(const std::string& strUnit)
+{
+    std::string strWord;
+    if (!VESK_ARGUMENT(!strUnit.empty()) || !VESKSystemdShow(strUnit, "LoadState", strWord)) {
+        return kUnknownStatus<Status>;
+    }
+    return StatusOf(kWords, strWord, VESK_HERE);
+}
+
+int VESKCSystemdLoadStatusGet(const char* szUnit)
+{
+    return CValueForm(-1, [&] {
+        return VESK_ARGUMENT(nullptr != szUnit) ? VESKSystemdLoadStatusGet(szUnit) : kUnknownStatus<Status>;
+    });
+}
