@@ -200,6 +200,33 @@ VESK_API int VESKCSystemdIsJobEnqueued(const char* szUnit);
 /** Pushes the names, without ".service", of all service unit files on disk to `*ppListServices`. */
 VESK_API int VESKCSystemdServiceList(VLIBCSzList** ppListServices);
 
+/* ---- Reasons ------------------------------------------------------------------------------------------- */
+/*
+ * A service may be held stopped for one or more reasons, each an empty file in the folder of the service
+ * below
+ * "/run/vesksystemd/reasons/". A reason is a name without "/". Only services may have reasons: any other unit
+ * is a failed unit, with 0x0D00 set. The manager reloads its unit files when a service gets its first reason
+ * or loses its last. The services of a list that succeed are acted on whatever becomes of the others.
+ */
+
+/** Records the reason and stops the service. */
+VESK_API int VESKCSystemdServiceStopByReason(const char* szReason, const char* szService);
+VESK_API int VESKCSystemdServiceStopGroupByReason(const char* szReason, VLIBCSzList* pListServices,
+                                                  VLIBCSzList** ppListFailed);
+
+/** Clears the reason and starts the service, also when other reasons remain. 0x3900 for one that stays. */
+VESK_API int VESKCSystemdServiceStartByReason(const char* szReason, const char* szService);
+VESK_API int VESKCSystemdServiceStartGroupByReason(const char* szReason, VLIBCSzList* pListServices,
+                                                   VLIBCSzList** ppListFailed);
+
+/** Clears the reason and starts nothing. */
+VESK_API int VESKCSystemdServiceReasonRemove(const char* szReason, const char* szService);
+VESK_API int VESKCSystemdServiceReasonRemoveGroup(const char* szReason, VLIBCSzList* pListServices,
+                                                  VLIBCSzList** ppListFailed);
+
+/** Pushes the reasons of the service, in no order. 0x0900 when its folder cannot be read. */
+VESK_API int VESKCSystemdServiceReasonList(const char* szService, VLIBCSzList** ppListReasons);
+
 /* ---- Keys of the unit-file section "X-Veskline" -------------------------------------------------------- */
 /*
  * All read the unit's file: the first found in /usr/local/lib, /usr/lib, /etc and /run, each followed by

@@ -168,6 +168,28 @@ VESK_API void FailedUnitsGet(const std::vector<std::string>& vecUnits,
 /** Appends all units to `vecFailed`. */
 VESK_API void FailedUnitsCopy(const std::vector<std::string>& vecUnits, std::vector<std::string>& vecFailed);
 
+/* ---- Reason files -------------------------------------------------------------------------------------- */
+
+/**
+ * Removes the reason file of each service. Appends to `vecCleared` those that do not have the reason any
+ * more, to `vecFailed` the others: a unit that is no service (0x0D00), a file that cannot be removed
+ * (0x3900).
+ */
+VESK_API bool UnlinkReasons(const std::string& strReason, const std::vector<std::string>& vecServices,
+                            std::vector<std::string>& vecCleared, std::vector<std::string>& vecFailed);
+
+/** Whether the service has a reason; one whose name begins with a dot does not count. */
+VESK_API bool CheckServiceHasReason(const std::string& strService);
+
+/** Appends the services that have a reason, in no order. False, with 0x0900 set, when they cannot be read. */
+VESK_API bool ListServicesWithReason(std::vector<std::string>& vecServices);
+
+/**
+ * Makes the folder `strDirectory`, which ends in "/", and in it a hard link to `strSource` by the name
+ * "vesk-reason.conf". A link that is there already is a failure.
+ */
+VESK_API bool LinkVeskReason(const std::string& strDirectory, const std::string& strSource);
+
 /* ---- Options of a run of systemctl --------------------------------------------------------------------- */
 
 /** Options of one run. */
@@ -492,6 +514,24 @@ VESK_API bool VESKSystemdListUnits(std::vector<std::string>& vecUnits, const std
 
 /** Appends the names, without ".service", of all service unit files. */
 VESK_API bool VESKSystemdServiceList(std::vector<std::string>& vecServices);
+
+/* ---- Reasons ------------------------------------------------------------------------------------------- */
+
+VESK_API bool VESKSystemdServiceStopByReason(const std::string& strReason,
+                                             const std::vector<std::string>& vecServices,
+                                             std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdServiceStopByReason(const std::string& strReason, const std::string& strService);
+VESK_API bool VESKSystemdServiceStartByReason(const std::string& strReason,
+                                              const std::vector<std::string>& vecServices,
+                                              std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdServiceStartByReason(const std::string& strReason, const std::string& strService);
+VESK_API bool VESKSystemdServiceReasonRemove(const std::string& strReason,
+                                             const std::vector<std::string>& vecServices,
+                                             std::vector<std::string>& vecFailed);
+VESK_API bool VESKSystemdServiceReasonRemove(const std::string& strReason, const std::string& strService);
+/** Appends the reasons of the service, in no order. */
+VESK_API bool VESKSystemdServiceReasonList(const std::string& strService,
+                                           std::vector<std::string>& vecReasons);
 
 /* ---- Keys of the unit-file section "X-Veskline" -------------------------------------------------------- */
 /* See vesksystemd.h. An output is written only on success, unless said otherwise. */

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <optional>
 #include <regex.h>
@@ -11,7 +12,10 @@
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
 
+#include "core/directory.hpp"
+#include "core/glob_result.hpp"
 #include "core/log.hpp"
+#include "core/paths.hpp"
 #include "core/text.hpp"
 #include "core/unit_types.hpp"
 
@@ -26,8 +30,6 @@ constexpr std::array<const char*, 4> kUnitDirectories{
     "/etc/systemd/system/",
     "/run/systemd/system/",
 };
-
-constexpr const char* kEnableStatusChangedDirectory = "/usr/vesk/etc/vesksystemd/enable-status-changed/";
 
 constexpr const char* kXVeskline = "X-Veskline";
 
@@ -188,6 +190,30 @@ std::string TemplateNameGet(const std::string& strUnit)
     return UnitTypes().count(strType) != 0 ? strTemplate + "." + strType : strTemplate;
 }
 
+std::string ReasonFolder(const std::string& strService)
+{
+    return kReasonsDirectory + NormalizedUnitNameGet(strService);
+}
+
+/** Removes one reason of one service; one that is not there counts as removed. */
+bool ReasonUnlink(const std::string& strReason, const std::string& strService)
+{
+    if (UnitTypeGet(NormalizedUnitNameGet(strService)) != "service") {
+        VLIBCErrSetEx(ERR_INVALID_ARGUMENT, VESK_HERE);
+        return false;
+    }
+    const std::string strFile = ReasonFolder(strService) + "/" + strReason;
+    if (unlink(strFile.c_str()) == 0 || errno == ENOENT) {
+        return true;
+    }
+    const int nError = errno;
+    VLIBCErrSetEx(ERR_REMOVE_REASON, VESK_HERE);
+    errno = nError;
+    VESK_LOG(LOG_ERR, "%s:%d vesksystemd: failed to unlink reason file [%s] (%m)", VESK_HERE,
+             strFile.c_str());
+    return false;
+}
+
 } // namespace
 
 const std::set<std::string>& UnitTypes()
@@ -343,6 +369,61 @@ bool AddUnitSection(const std::string& strDirectory, const std::string& strFile,
     if (VLIBCFileAddSection(strPath.c_str(), strSection.c_str(), table.Get(), 0) < 0) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to VLIBCFileSetSection to [%s] [0x%04X %s:%d]", VESK_HERE,
                  strPath.c_str(), VESK_PLATFORM_ERROR);
+        return false;
+    }
+    return true;
+}
+
+bool UnlinkReasons(const std::string& strReason, const std::vector<std::string>& vecServices,
+                   std::vector<std::string>& vecCleared, std::vector<std::string>& vecFailed)
+{
+    bool blResult = true;
+    for (const std::string& strService : vecServices) {
+        if (ReasonUnlink(strReason, strService)) {
+            vecCleared.push_back(strService);
+        } else {
+            vecFailed.push_back(strService);
+            blResult = false;
+        }
+    }
+    return blResult;
+}
+
+bool CheckServiceHasReason(const std::string& strService)
+{
+    // A reason whose name begins with a dot does not count, and an error of glob reads as a reason.
+    return GlobResult().Add(ReasonFolder(strService) + "/*") != GLOB_NOMATCH;
+}
+
+bool ListServicesWithReason(std::vector<std::string>& vecServices)
+{
+    Directory directory(kReasonsDirectory);
+    if (directory.Error() == ENOENT) {
+        return true;
+    }
+    if (directory.Error() != 0) {
+        VLIBCErrSetEx(ERR_OPEN_DIRECTORY, VESK_HERE);
+        return false;
+    }
+    while (const char* szEntry = directory.Next()) {
+        if (UnitTypeGet(szEntry) == "service" && CheckServiceHasReason(szEntry)) {
+            vecServices.emplace_back(szEntry);
+        }
+    }
+    return true;
+}
+
+bool LinkVeskReason(const std::string& strDirectory, const std::string& strSource)
+{
+    if (VLIBCExec("/bin/mkdir", "-p", strDirectory.c_str(), nullptr, nullptr) < 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to mkdir [%s] [0x%04X %s:%d]", VESK_HERE,
+                 strDirectory.c_str(), VESK_PLATFORM_ERROR);
+        return false;
+    }
+    const std::string strLink = strDirectory + "vesk-reason.conf";
+    if (link(strSource.c_str(), strLink.c_str()) != 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to create link from [%s] to [%s] (%m).", VESK_HERE,
+                 strLink.c_str(), strSource.c_str());
         return false;
     }
     return true;

@@ -1,0 +1,48 @@
+#include "vesksystemd.hpp"
+
+#include <cerrno>
+
+#include "core/c_forms.hpp"
+#include "core/directory.hpp"
+#include "core/log.hpp"
+#include "core/paths.hpp"
+
+using VESK::Systemd::CForm;
+using VESK::Systemd::Directory;
+using VESK::Systemd::ListForm;
+using VESK::Systemd::NormalizedUnitNameGet;
+
+bool VESKSystemdServiceReasonList(const std::string& strService, std::vector<std::string>& vecReasons)
+{
+    if (!VESK_ARGUMENT(!strService.empty())) {
+        return false;
+    }
+    const std::string strName = NormalizedUnitNameGet(strService);
+    if (VESK::Systemd::UnitTypeGet(strName) != "service") {
+        VLIBCErrSetEx(VESK::Systemd::ERR_INVALID_ARGUMENT, VESK_HERE);
+        return false;
+    }
+    Directory directory(VESK::Systemd::kReasonsDirectory + strName);
+    if (directory.Error() == ENOENT) {
+        return true;
+    }
+    if (directory.Error() != 0) {
+        VLIBCErrSetEx(VESK::Systemd::ERR_OPEN_DIRECTORY, VESK_HERE);
+        return false;
+    }
+    while (const char* szReason = directory.Next()) {
+        vecReasons.emplace_back(szReason);
+    }
+    return true;
+}
+
+int VESKCSystemdServiceReasonList(const char* szService, VLIBCSzList** ppListReasons)
+{
+    return CForm([&] {
+        return VESK_ARGUMENT(nullptr != szService) && VESK_ARGUMENT(nullptr != ppListReasons) &&
+               VESK_ARGUMENT(nullptr != *ppListReasons) &&
+               ListForm(ppListReasons, [&](VESK::Systemd::Texts& vecTexts) {
+                   return VESKSystemdServiceReasonList(szService, vecTexts);
+               });
+    });
+}

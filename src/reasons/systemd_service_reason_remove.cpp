@@ -1,0 +1,57 @@
+#include "vesksystemd.hpp"
+
+#include "core/c_forms.hpp"
+#include "core/log.hpp"
+#include "core/text.hpp"
+#include "reasons/reason_change.hpp"
+#include "reasons/reason_forms.hpp"
+
+using std::string;
+using VESK::Systemd::CForm;
+using VESK::Systemd::Joined;
+using VESK::Systemd::OneServiceForm;
+using VESK::Systemd::ReasonClear;
+using VESK::Systemd::ReasonClearing;
+using VESK::Systemd::ServiceGroupForm;
+using VESK::Systemd::Texts;
+
+bool VESKSystemdServiceReasonRemove(const string& strReason, const Texts& vecServices, Texts& vecFailed)
+{
+    if (!VESK_ARGUMENT(!strReason.empty()) || !VESK_ARGUMENT(string::npos == strReason.find("/")) ||
+        !VESK_ARGUMENT(!vecServices.empty())) {
+        return false;
+    }
+    VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] clear reason [%s] ...", VESK_HERE,
+             Joined(vecServices).c_str(), strReason.c_str());
+    const ReasonClearing clearing = ReasonClear(strReason, vecServices, vecFailed);
+    if (clearing.vecCleared.empty()) {
+        return false;
+    }
+    if (clearing.blChanged) {
+        VESKSystemdDaemonReload();
+    }
+    return clearing.blUnlinked;
+}
+
+bool VESKSystemdServiceReasonRemove(const string& strReason, const string& strService)
+{
+    return VESK_ARGUMENT(!strService.empty()) &&
+           OneServiceForm(strReason, strService, VESKSystemdServiceReasonRemove);
+}
+
+int VESKCSystemdServiceReasonRemove(const char* szReason, const char* szService)
+{
+    return CForm([&] {
+        return VESK_ARGUMENT(nullptr != szReason) && VESK_ARGUMENT(nullptr != szService) &&
+               VESKSystemdServiceReasonRemove(szReason, string(szService));
+    });
+}
+
+int VESKCSystemdServiceReasonRemoveGroup(const char* szReason, VLIBCSzList* pListServices,
+                                         VLIBCSzList** ppListFailed)
+{
+    return CForm([&] {
+        return VESK_ARGUMENT(nullptr != szReason) && VESK_ARGUMENT(nullptr != pListServices) &&
+               ServiceGroupForm(szReason, pListServices, ppListFailed, VESKSystemdServiceReasonRemove);
+    });
+}

@@ -1,0 +1,58 @@
+#include "vesksystemd.hpp"
+
+#include "core/c_forms.hpp"
+#include "core/log.hpp"
+#include "core/text.hpp"
+#include "reasons/reason_change.hpp"
+#include "reasons/reason_forms.hpp"
+
+using std::string;
+using VESK::Systemd::CForm;
+using VESK::Systemd::Joined;
+using VESK::Systemd::OneServiceForm;
+using VESK::Systemd::ReasonClear;
+using VESK::Systemd::ReasonClearing;
+using VESK::Systemd::ServiceGroupForm;
+using VESK::Systemd::Texts;
+
+bool VESKSystemdServiceStartByReason(const string& strReason, const Texts& vecServices, Texts& vecFailed)
+{
+    if (!VESK_ARGUMENT(!strReason.empty()) || !VESK_ARGUMENT(string::npos == strReason.find("/")) ||
+        !VESK_ARGUMENT(!vecServices.empty())) {
+        return false;
+    }
+    VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] starting by reason [%s] ...", VESK_HERE,
+             Joined(vecServices).c_str(), strReason.c_str());
+    const ReasonClearing clearing = ReasonClear(strReason, vecServices, vecFailed);
+    if (clearing.vecCleared.empty()) {
+        return false;
+    }
+    const bool blStarted = VESKSystemdStart(clearing.vecCleared, vecFailed);
+    if (clearing.blChanged) {
+        VESKSystemdDaemonReload();
+    }
+    return clearing.blUnlinked && blStarted;
+}
+
+bool VESKSystemdServiceStartByReason(const string& strReason, const string& strService)
+{
+    return VESK_ARGUMENT(!strService.empty()) &&
+           OneServiceForm(strReason, strService, VESKSystemdServiceStartByReason);
+}
+
+int VESKCSystemdServiceStartByReason(const char* szReason, const char* szService)
+{
+    return CForm([&] {
+        return VESK_ARGUMENT(nullptr != szReason) && VESK_ARGUMENT(nullptr != szService) &&
+               VESKSystemdServiceStartByReason(szReason, string(szService));
+    });
+}
+
+int VESKCSystemdServiceStartGroupByReason(const char* szReason, VLIBCSzList* pListServices,
+                                          VLIBCSzList** ppListFailed)
+{
+    return CForm([&] {
+        return VESK_ARGUMENT(nullptr != szReason) && VESK_ARGUMENT(nullptr != pListServices) &&
+               ServiceGroupForm(szReason, pListServices, ppListFailed, VESKSystemdServiceStartByReason);
+    });
+}
