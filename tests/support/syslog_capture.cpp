@@ -77,6 +77,15 @@ SyslogLine ParseSyslogDatagram(const std::string& datagram)
     return line;
 }
 
+SyslogLine ParseSyslogText(int level, const std::string& text)
+{
+    SyslogLine line;
+    line.level = level;
+    line.message = text;
+    SplitOrigin(line);
+    return line;
+}
+
 SyslogCapture::SyslogCapture()
 {
     Take();

@@ -45,4 +45,7 @@ private:
 // Reads one datagram as the C library's syslog() writes it: "<PRI>Mmm dd hh:mm:ss tag: text".
 SyslogLine ParseSyslogDatagram(const std::string& datagram);
 
+// The same for a text that is already freed of what comes before it.
+SyslogLine ParseSyslogText(int level, const std::string& text);
+
 } // namespace VeskTest
