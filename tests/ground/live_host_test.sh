@@ -48,10 +48,10 @@ compare() { # what happened
     [ "$now" = "$before" ] || { fail "$1 changed the machine:"; diff <(echo "$before") <(echo "$now"); }
 }
 
-keeper_of() { # owner's pid
+guards_of() { # owner's pid, their names: their pids
     grep -lz "^$tag=$1\$" /proc/[0-9]*/environ 2>/dev/null | while IFS=/ read -r _ _ pid _; do
-        [ "$(cat "/proc/$pid/comm" 2>/dev/null)" = vesk-live-keep ] && echo "$pid"
-    done | head -n 1
+        case " $2 " in *" $(cat "/proc/$pid/comm" 2>/dev/null) "*) echo "$pid" ;; esac
+    done
 }
 
 start() { # in the background, with a mark by which its keeper is found
@@ -93,15 +93,18 @@ for seconds in 0.01 0.03 0.06 0.1 0.15 0.2 1.5; do
 done
 compare "the owner's death"
 
-for seconds in 0.03 0.06 0.1 0.2 1.5; do
-    start sh -c "$mess sleep 1000"
-    sleep $seconds
-    keeper=$(keeper_of "$owner")
-    [ -n "$keeper" ] && kill -KILL "$keeper" || { echo "no keeper yet after $seconds s"; kill -KILL "$owner"; }
-    wait "$owner" 2>/dev/null
-    await_nothing_of "$owner" "the keeper's death after $seconds s"
+for names in vesk-live-keep vesk-live-watch "vesk-live-keep vesk-live-watch" "vesk-live-keep vesk-live" \
+    "vesk-live-watch vesk-live"; do
+    for seconds in 0.03 0.1 1.5; do
+        start sh -c "$mess sleep 3"
+        sleep $seconds
+        # shellcheck disable=SC2046 # one word per process
+        kill -KILL $(guards_of "$owner" "$names") || echo "none of $names after $seconds s"
+        wait "$owner" 2>/dev/null
+        await_nothing_of "$owner" "the death of $names after $seconds s"
+    done
 done
-compare "the keeper's death"
+compare "the death of keepers and watchers"
 
 start sh -c "$mess systemctl poweroff; sleep 1000"
 wait "$owner"

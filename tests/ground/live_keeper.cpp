@@ -18,6 +18,7 @@
 #include "live_init.hpp"
 #include "live_report.hpp"
 #include "mounts.hpp"
+#include "namespaces.hpp"
 
 namespace VeskGround
 {
@@ -131,18 +132,51 @@ void CloseAllBut(const Descriptor& kept)
     Require(close_range(number + 1, UINT_MAX, 0), "close", "the owner's descriptors");
 }
 
-void BecomeKeeper(const LivePlan& plan, Descriptor owner)
+void LeaveTheOwnersSurroundings(const Descriptor& channel)
 {
     setsid();
     for (const int ignored : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
         std::signal(ignored, SIG_IGN);
     }
+    std::signal(SIGCHLD, SIG_DFL);
     umask(022);
-    prctl(PR_SET_NAME, "vesk-live-keep", 0, 0, 0);
     Require(chdir("/"), "enter", "/");
     SilenceStandardDescriptors();
-    CloseAllBut(owner);
-    Keeper(plan, std::move(owner)).Run();
+    CloseAllBut(channel);
+}
+
+void Name(const char* process)
+{
+    prctl(PR_SET_NAME, process, 0, 0, 0);
+}
+
+// What was below a keeper that died becomes ours to wait for.
+bool KeeperFinished(pid_t keeper)
+{
+    bool finished = false;
+    int status = 0;
+    for (pid_t child = 0; child >= 0 || errno == EINTR; child = waitpid(-1, &status, 0)) {
+        finished = finished || (child == keeper && status == 0);
+    }
+    return finished;
+}
+
+// The keeper's own keeper, which does nothing but finish its work if it is killed.
+void BecomeWatcher(const LivePlan& plan, Descriptor owner)
+{
+    LeaveTheOwnersSurroundings(owner);
+    Require(prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0), "adopt", "the keeper's children");
+    const pid_t keeper = Require(fork(), "fork", "a keeper");
+    if (keeper == 0) {
+        Name("vesk-live-keep");
+        Keeper(plan, std::move(owner)).Run();
+        _exit(0);
+    }
+    Name("vesk-live-watch");
+    if (!KeeperFinished(keeper)) {
+        CleanUpForKeeper(plan.cgroupName);
+        SendLiveMessage(owner, LiveEvent::Gone, "");
+    }
 }
 
 } // namespace
@@ -153,11 +187,14 @@ Descriptor StartLiveKeeper(const LivePlan& plan)
     const pid_t child = Require(fork(), "fork", "a keeper");
     if (child == 0) {
         // Not a child of the owner: whoever kills the owner with all its children does not find it.
-        if (fork() == 0) {
-            channel.owner.Close();
-            BecomeKeeper(plan, std::move(channel.keeper));
+        if (fork() != 0) {
+            _exit(0);
         }
-        _exit(0);
+        channel.owner.Close();
+        _exit(ReportErrors("vesk-live", [&] {
+            BecomeWatcher(plan, std::move(channel.keeper));
+            return 0;
+        }));
     }
     channel.keeper.Close();
     while (waitpid(child, nullptr, 0) < 0 && errno == EINTR) {

@@ -136,11 +136,11 @@ LiveSystem::~LiveSystem()
 void LiveSystem::AwaitStart()
 {
     std::optional<LiveMessage> message = ReceiveLiveMessage(m_keeper);
-    if (!message) {
-        throw Error("the keeper of the system died", kExitSetupFailed);
-    }
-    if (message->event != LiveEvent::Started) {
+    if (message && message->event == LiveEvent::Failed) {
         ThrowFailure(message->text);
+    }
+    if (!message || message->event != LiveEvent::Started) {
+        throw Error("the keeper of the system died", kExitSetupFailed);
     }
     m_init = std::stoi(message->text);
     m_initPidfd = std::move(message->descriptors.at(0));
