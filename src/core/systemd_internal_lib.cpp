@@ -140,6 +140,26 @@ void LogEvent(int nCode, const std::vector<std::string>& vecUnits)
     }
 }
 
+/** Puts the calling thread's error record back as it was. */
+class ErrorRecordKeeper
+{
+public:
+    ErrorRecordKeeper()
+        : m_nCode(VLIBCErrGet())
+        , m_strFile(VLIBCErrorGetFile())
+        , m_nLine(VLIBCErrorGetLine())
+    {
+    }
+    ~ErrorRecordKeeper() { VLIBCErrSetEx(m_nCode, m_strFile.c_str(), m_nLine); }
+    ErrorRecordKeeper(const ErrorRecordKeeper&) = delete;
+    ErrorRecordKeeper& operator=(const ErrorRecordKeeper&) = delete;
+
+private:
+    int m_nCode;
+    std::string m_strFile;
+    int m_nLine;
+};
+
 std::string EnableStatusChangedMark(const std::string& strName)
 {
     return kEnableStatusChangedDirectory + NormalizedUnitNameGet(strName);
@@ -434,6 +454,8 @@ bool LinkVeskReason(const std::string& strDirectory, const std::string& strSourc
 void VESKSystemdLogAction(int nAction, bool blSuccess, const std::vector<std::string>& vecUnits,
                           const std::vector<std::string>& vecFailed)
 {
+    // A unit without a file or an event log that fails is not why the action failed.
+    const VESK::Systemd::ErrorRecordKeeper keeper;
     std::vector<std::string> vecSucceeded;
     for (const std::string& strUnit : vecUnits) {
         if (blSuccess || std::find(vecFailed.begin(), vecFailed.end(), strUnit) == vecFailed.end()) {
