@@ -1,0 +1,154 @@
+#include <gmock/gmock.h>
+
+#include "action_rows.hpp"
+
+#include <algorithm>
+#include <ostream>
+
+#include "c_list.hpp"
+
+namespace VeskTest
+{
+
+namespace
+{
+
+bool HasForm(const ActionRow& row, Form form)
+{
+    switch (form) {
+    case Form::WithOptions:
+        return row.withOptions != nullptr;
+    case Form::List:
+        return row.list != nullptr;
+    case Form::OneUnit:
+        return row.one != nullptr;
+    case Form::COneUnit:
+        return row.cOne != nullptr;
+    case Form::CGroup:
+        break;
+    }
+    return row.cGroup != nullptr;
+}
+
+std::vector<ActionForm> FormsOf(const std::vector<Form>& forms, const RowCondition& condition)
+{
+    std::vector<ActionForm> result;
+    for (const ActionRow& row : RowsWhere(condition)) {
+        for (const Form form : forms) {
+            if (HasForm(row, form)) {
+                result.push_back({row, form});
+            }
+        }
+    }
+    return result;
+}
+
+const char* FormName(Form form)
+{
+    switch (form) {
+    case Form::WithOptions:
+        return "WithOptions";
+    case Form::List:
+        return "List";
+    case Form::OneUnit:
+        return "OneUnit";
+    case Form::COneUnit:
+        return "COneUnit";
+    case Form::CGroup:
+        break;
+    }
+    return "CGroup";
+}
+
+bool CallGroup(const ActionRow& row, const Words& units, Words& failed)
+{
+    const CList listOfUnits(units);
+    CList listOfFailed(failed);
+    const int result = row.cGroup(listOfUnits.Get(), listOfFailed.Address());
+    EXPECT_THAT(result, ::testing::AnyOf(0, 1));
+    EXPECT_EQ(listOfUnits.Items(), units);
+    failed = listOfFailed.Items();
+    return result == 1;
+}
+
+} // namespace
+
+bool ActionForm::OnUnits(const Words& units, Words& failed) const
+{
+    switch (form) {
+    case Form::WithOptions:
+        return row.withOptions({}, units, failed);
+    case Form::CGroup:
+        return CallGroup(row, units, failed);
+    default:
+        return row.list(units, failed);
+    }
+}
+
+bool ActionForm::OnUnit(const std::string& unit) const
+{
+    if (form == Form::OneUnit) {
+        return row.one(unit);
+    }
+    if (form == Form::COneUnit) {
+        const int result = row.cOne(unit.c_str());
+        EXPECT_THAT(result, ::testing::AnyOf(0, 1));
+        return result == 1;
+    }
+    Words failed;
+    return OnUnits({unit}, failed);
+}
+
+std::ostream& operator<<(std::ostream& stream, const ActionRow& row)
+{
+    return stream << row.name;
+}
+
+std::ostream& operator<<(std::ostream& stream, const ActionForm& form)
+{
+    return stream << form.row.name << FormName(form.form);
+}
+
+const ActionRow& ActionRowOf(const std::string& name)
+{
+    const std::vector<ActionRow>& rows = ActionRows();
+    return *std::find_if(rows.begin(), rows.end(), [&](const ActionRow& row) { return row.name == name; });
+}
+
+std::vector<ActionForm> FormsOnUnits(const RowCondition& condition)
+{
+    return FormsOf({Form::WithOptions, Form::List, Form::CGroup}, condition);
+}
+
+std::vector<ActionForm> FormsOnOneUnit(const RowCondition& condition)
+{
+    return FormsOf({Form::OneUnit, Form::COneUnit}, condition);
+}
+
+std::vector<ActionForm> AllForms(const RowCondition& condition)
+{
+    return FormsOf({Form::WithOptions, Form::List, Form::OneUnit, Form::COneUnit, Form::CGroup}, condition);
+}
+
+std::vector<ActionRow> RowsWhere(const RowCondition& condition)
+{
+    std::vector<ActionRow> result;
+    for (const ActionRow& row : ActionRows()) {
+        if (condition == nullptr || condition(row)) {
+            result.push_back(row);
+        }
+    }
+    return result;
+}
+
+std::string ParamName::operator()(const ::testing::TestParamInfo<ActionRow>& info) const
+{
+    return info.param.name;
+}
+
+std::string ParamName::operator()(const ::testing::TestParamInfo<ActionForm>& info) const
+{
+    return info.param.row.name + std::string("_") + FormName(info.param.form);
+}
+
+} // namespace VeskTest

@@ -1,0 +1,129 @@
+#include "action_test.hpp"
+
+#include <syslog.h>
+
+namespace VeskTest
+{
+
+namespace
+{
+
+Words Command(const ActionRow& row, const Words& units, const Words& options)
+{
+    Words words{row.verb};
+    words.insert(words.end(), options.begin(), options.end());
+    words.insert(words.end(), units.begin(), units.end());
+    return words;
+}
+
+// The runner asks for the jobs of these verbs' units.
+bool AsksForJobs(const ActionRow& row)
+{
+    return row.verb == std::string("try-restart") || row.verb == std::string("reload");
+}
+
+} // namespace
+
+std::string Joined(const Words& words, const std::string& separator)
+{
+    std::string text;
+    for (const std::string& word : words) {
+        text += (&word == words.data() ? "" : separator) + word;
+    }
+    return text;
+}
+
+ActionGround::ActionGround(const ActionRow& row)
+    : m_row(row)
+{
+    m_systemctl.OnLeading({"list-jobs"}).Exit(1);
+    OnVerb();
+}
+
+std::vector<Words> ActionGround::Calls() const
+{
+    std::vector<Words> calls;
+    for (const Call& call : m_systemctl.Calls()) {
+        calls.push_back(call.arguments);
+    }
+    return calls;
+}
+
+std::vector<Words> ActionGround::CallsFor(const Words& units, const Words& options) const
+{
+    std::vector<Words> calls;
+    if (AsksForJobs(m_row)) {
+        for (const std::string& unit : units) {
+            calls.push_back({"list-jobs", "--no-legend", unit});
+        }
+    }
+    calls.push_back(Command(m_row, units, options));
+    return calls;
+}
+
+LogMatcher ActionGround::Line(int level, const Words& units, const std::string& text) const
+{
+    return LogLine(level, m_row.file, "vesksystemd: [" + Joined(units, ", ") + "] " + text);
+}
+
+LogMatchers ActionGround::LogOfSuccess(const Words& units) const
+{
+    return {Line(LOG_INFO, units, m_row.begin), Line(LOG_INFO, units, m_row.done)};
+}
+
+LogMatchers ActionGround::LogOfFailure(const Words& units, const Words& failed, int exitCode,
+                                       const Words& lines) const
+{
+    const std::string reason = ": ret=[" + std::to_string(exitCode) + "], reason:\n" + Joined(lines, "");
+    return {Line(LOG_INFO, units, m_row.begin), Line(LOG_ERR, failed, m_row.failed + reason)};
+}
+
+LogMatchers ActionGround::LogOfNoRun(const Words& units, const Words& failed, const LogMatchers& why) const
+{
+    LogMatchers log{Line(LOG_INFO, units, m_row.begin)};
+    log.insert(log.end(), why.begin(), why.end());
+    log.push_back(Line(LOG_ERR, failed, m_row.notRun));
+    return log;
+}
+
+LogMatchers ActionGround::LogOfMissingSystemctl(const Words& units) const
+{
+    LogMatchers log;
+    for (const Words& call : CallsFor(units)) {
+        log.push_back(Error("systemd_systemctl.cpp",
+                            "vesksystemd: fail to execute [/usr/bin/systemctl " + Joined(call, " ") + "]."));
+        if (call.front() == "list-jobs") {
+            log.push_back(Error("systemd_job_list.cpp", "vesksystemd: list-jobs failed."));
+        }
+    }
+    return log;
+}
+
+LogMatcher InvalidArgument(const std::string& file, const std::string& condition)
+{
+    return Error(file, "Invaild Argument (" + condition + ")=[0]\n");
+}
+
+Words HostileNames()
+{
+    return {"--now",
+            "-",
+            "%s%n%d%5$s",
+            "two\nlines",
+            "a b",
+            "\xff\xfe",
+            "$(x)`y`'\"\\",
+            std::string(60000, 'l'),
+            "*?[a-z]{1,2}|<>"};
+}
+
+Words ManyNames(int count)
+{
+    Words names;
+    for (int index = 0; index < count; ++index) {
+        names.push_back("u" + std::to_string(index));
+    }
+    return names;
+}
+
+} // namespace VeskTest
