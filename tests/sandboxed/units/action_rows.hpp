@@ -13,6 +13,13 @@ namespace VeskTest
 
 using Words = std::vector<std::string>;
 
+// How a family tells its outcome.
+enum class Style {
+    NamedUnitsFail, // those that systemctl names
+    AllUnitsFail,   // whatever systemctl names; the units are marked and the run is measured
+    Mask            // the same without marks, in lines of its own, and judged by the list of failed units
+};
+
 // What a family says and does. The texts stand behind "vesksystemd: [units] ".
 struct ActionRow {
     const char* name;
@@ -31,6 +38,17 @@ struct ActionRow {
 
     Words options{};                      // those that the forms without options pass
     const char* conflictingJob = nullptr; // the job that makes the runner refuse the verb while booting
+    const char* ownFile = nullptr;        // that of the functions, where it is not the family's
+    Style style = Style::NamedUnitsFail;
+
+    // The source file that refuses a unit or a null pointer.
+    const char* FileOfForms() const { return ownFile != nullptr ? ownFile : file; }
+
+    // The units that count as failed after a run on UNITS of which systemctl named some.
+    Words FailedOf(const Words& units, const Words& named) const
+    {
+        return style == Style::NamedUnitsFail ? named : units;
+    }
 };
 
 const std::vector<ActionRow>& ActionRows();

@@ -66,16 +66,42 @@ LogMatcher ActionGround::Line(int level, const Words& units, const std::string& 
     return LogLine(level, m_row.file, "vesksystemd: [" + Joined(units, ", ") + "] " + text);
 }
 
+LogMatchers ActionGround::LinesOfRun(const Words& units) const
+{
+    LogMatchers log{Line(LOG_INFO, units, m_row.begin)};
+    if (m_row.style != Style::NamedUnitsFail) {
+        const std::string start =
+            std::string("vesksystemd: Execute time for [/usr/bin/systemctl ") + m_row.verb;
+        log.push_back(::testing::AllOf(
+            ::testing::Field(&SyslogLine::level, LOG_INFO),
+            ::testing::Field(&SyslogLine::file, "systemd_systemctl.cpp"),
+            ::testing::Field(&SyslogLine::message,
+                             ::testing::AllOf(::testing::StartsWith(start),
+                                              ::testing::ContainsRegex("\\] is [0-9]+ ms$")))));
+    }
+    return log;
+}
+
 LogMatchers ActionGround::LogOfSuccess(const Words& units) const
 {
-    return {Line(LOG_INFO, units, m_row.begin), Line(LOG_INFO, units, m_row.done)};
+    LogMatchers log = LinesOfRun(units);
+    log.push_back(Line(LOG_INFO, units, m_row.done));
+    return log;
 }
 
 LogMatchers ActionGround::LogOfFailure(const Words& units, const Words& failed, int exitCode,
                                        const Words& lines) const
 {
-    const std::string reason = ": ret=[" + std::to_string(exitCode) + "], reason:\n" + Joined(lines, "");
-    return {Line(LOG_INFO, units, m_row.begin), Line(LOG_ERR, failed, m_row.failed + reason)};
+    const std::string code = ": ret=[" + std::to_string(exitCode) + "], reason";
+    LogMatchers log = LinesOfRun(units);
+    if (m_row.style == Style::Mask) {
+        log.push_back(Error(m_row.file, std::string("vesksystemd: ") + m_row.failed + code + "=[" +
+                                            Joined(lines, ", ") + "]"));
+        log.push_back(Line(LOG_ERR, failed, m_row.notRun));
+    } else {
+        log.push_back(Line(LOG_ERR, failed, m_row.failed + code + ":\n" + Joined(lines, "")));
+    }
+    return log;
 }
 
 LogMatchers ActionGround::LogOfNoRun(const Words& units, const Words& failed, const LogMatchers& why) const
@@ -113,7 +139,7 @@ Words HostileNames()
             "a b",
             "\xff\xfe",
             "$(x)`y`'\"\\",
-            std::string(60000, 'l'),
+            std::string(240, 'l'),
             "*?[a-z]{1,2}|<>"};
 }
 

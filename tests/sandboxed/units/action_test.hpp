@@ -42,6 +42,7 @@ public:
 
 private:
     LogMatcher Line(int level, const Words& units, const std::string& text) const;
+    LogMatchers LinesOfRun(const Words& units) const;
 
     ActionRow m_row;
     ScriptedSystemctl m_systemctl;

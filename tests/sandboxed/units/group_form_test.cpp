@@ -24,9 +24,9 @@ TEST_P(GroupForm, RefusesANullList)
     CList failed({"earlier"});
     EXPECT_EQ(GetParam().cGroup(nullptr, failed.Address()), 0);
     EXPECT_EQ(VLIBCErrGet(), 0x0D00);
-    EXPECT_STREQ(VLIBCErrorGetFile(), GetParam().file);
+    EXPECT_STREQ(VLIBCErrorGetFile(), GetParam().FileOfForms());
     EXPECT_THAT(m_ground.Log().Take(),
-                ElementsAre(InvalidArgument(GetParam().file, "nullptr != pListUnits")));
+                ElementsAre(InvalidArgument(GetParam().FileOfForms(), "nullptr != pListUnits")));
     EXPECT_THAT(m_ground.Calls(), IsEmpty());
     EXPECT_THAT(failed.Items(), ElementsAre("earlier"));
 }
@@ -86,15 +86,17 @@ TEST_P(OptionsForm, PassesOptionsInTheirOrderBetweenVerbAndUnits)
     EXPECT_THAT(failed, IsEmpty());
 }
 
-TEST_P(OptionsForm, FailsWithTheUnitsThatSystemctlNames)
+TEST_P(OptionsForm, FailsWithTheUnitsOfItsFamily)
 {
-    m_ground.OnVerb().Stderr("Job for b.service failed.\n").Exit(4);
+    const Words lines{"Job for b.service failed.\n"};
+    m_ground.OnVerb().Stderr(lines[0]).Exit(4);
+    Words expected = GetParam().FailedOf({"a", "b"}, {"b"});
+    expected.insert(expected.begin(), "earlier");
     Words failed{"earlier"};
     EXPECT_FALSE(GetParam().withOptions({"--quiet"}, {"a", "b"}, failed));
-    EXPECT_THAT(failed, ElementsAre("earlier", "b"));
+    EXPECT_EQ(failed, expected);
     EXPECT_THAT(m_ground.Log().Take(),
-                ElementsAreArray(
-                    m_ground.LogOfFailure({"a", "b"}, {"earlier", "b"}, 4, {"Job for b.service failed.\n"})));
+                ElementsAreArray(m_ground.LogOfFailure({"a", "b"}, expected, 4, lines)));
 }
 
 TEST_P(OptionsForm, RefusesAnEmptyListWhateverTheOptions)

@@ -67,8 +67,8 @@ protected:
     void ExpectRefused(const char* condition)
     {
         EXPECT_EQ(VLIBCErrGet(), 0x0D00);
-        EXPECT_STREQ(VLIBCErrorGetFile(), GetParam().file);
-        EXPECT_THAT(m_ground.Log().Take(), ElementsAre(InvalidArgument(GetParam().file, condition)));
+        EXPECT_STREQ(VLIBCErrorGetFile(), GetParam().FileOfForms());
+        EXPECT_THAT(m_ground.Log().Take(), ElementsAre(InvalidArgument(GetParam().FileOfForms(), condition)));
         EXPECT_THAT(m_ground.Calls(), IsEmpty());
     }
 
