@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include "children.hpp"
+#include "fields.hpp"
 #include "files.hpp"
 #include "marker.hpp"
 #include "shell.hpp"
@@ -59,12 +60,16 @@ std::vector<std::string> FindByName(const std::string& folder, const std::string
     return found;
 }
 
-std::vector<std::string> ProcessesOf(const std::string& pidNamespace)
+// The processes that have the mark in their command line or environment. (The number of a pid namespace would
+// not do: the kernel gives it to the next one.)
+std::vector<std::string> ProcessesMarked(const std::string& mark)
 {
     std::vector<std::string> processes;
     for (const std::string& name : ListFolder("/proc")) {
-        std::error_code error;
-        if (fs::read_symlink("/proc/" + name + "/ns/pid", error) == pidNamespace) {
+        const std::string folder = "/proc/" + name;
+        const std::string text =
+            VeskGround::ReadFile(folder + "/cmdline") + VeskGround::ReadFile(folder + "/environ");
+        if (text.find(mark) != std::string::npos) {
             processes.push_back(name);
         }
     }
@@ -72,7 +77,7 @@ std::vector<std::string> ProcessesOf(const std::string& pidNamespace)
 }
 
 // Leaves a file of its name wherever a test would write, mounts, sets the host name, starts processes that
-// stay, then tells its pid namespace through a file of the machine's, and waits.
+// stay, then tells that it is done through a file of the machine's.
 class Vandal
 {
 public:
@@ -91,11 +96,9 @@ public:
         return {kSandbox, "--bind-rw", m_report, "--", "/bin/sh", "-c", Script() + end};
     }
 
-    std::string Namespace() const
-    {
-        const std::string text = Exists(m_report / "done") ? ReadText(m_report / "done") : "\n";
-        return text.substr(0, text.find('\n'));
-    }
+    bool IsDone() const { return Exists(m_report / "done"); }
+
+    std::vector<std::string> Processes() const { return ProcessesMarked(m_name); }
 
     void ExpectNoTrace() const
     {
@@ -105,7 +108,7 @@ public:
         }
         EXPECT_FALSE(Exists("/" + m_name + "-trace"));
         EXPECT_FALSE(Exists("/usr/bin/" + m_name + "-trace"));
-        EXPECT_THAT(ProcessesOf(Namespace()), IsEmpty());
+        EXPECT_THAT(Processes(), IsEmpty());
     }
 
 private:
@@ -116,9 +119,9 @@ private:
                "/usr/local/lib/systemd/system;"
                " do mkdir $d/" +
                m_name + "-trace || exit 1; done; mount -t tmpfs none /mnt || exit 2; hostname " + m_name +
-               "; sleep 1000 & (trap '' TERM HUP; exec setsid sleep 1000) & rm -f /usr/bin/systemctl;"
-               " readlink /proc/self/ns/pid > " +
-               (m_report / "made").string() + "; mv " + (m_report / "made").string() + " " +
+               "; export MARK=" + m_name +
+               "; sleep 1000 & (trap '' TERM HUP; exec setsid sleep 1000) & rm -f /usr/bin/systemctl; "
+               "touch " +
                (m_report / "done").string() + "; ";
     }
 
@@ -166,7 +169,7 @@ TEST_F(Launcher, LeavesTheMachineAsItWas)
     const auto before = MachineState();
     const Vandal vandal;
     EXPECT_EQ(WEXITSTATUS(WaitFor(Start(vandal.Command("exit 5")))), 5);
-    EXPECT_NE(vandal.Namespace(), "");
+    EXPECT_TRUE(vandal.IsDone());
     EXPECT_EQ(MachineState(), before);
     vandal.ExpectNoTrace();
 }
@@ -176,11 +179,11 @@ TEST_F(Launcher, LeavesTheMachineAsItWasWhenKilledInTheMiddle)
     const auto before = MachineState();
     const Vandal vandal;
     const pid_t launcher = Start(vandal.Command("sleep 1000"));
-    ASSERT_TRUE(Eventually([&] { return !vandal.Namespace().empty(); }));
-    EXPECT_FALSE(ProcessesOf(vandal.Namespace()).empty());
+    ASSERT_TRUE(Eventually([&] { return vandal.IsDone(); }));
+    EXPECT_FALSE(vandal.Processes().empty());
     kill(launcher, SIGKILL);
     EXPECT_EQ(WTERMSIG(WaitFor(launcher)), SIGKILL);
-    EXPECT_TRUE(Eventually([&] { return ProcessesOf(vandal.Namespace()).empty(); }));
+    EXPECT_TRUE(Eventually([&] { return vandal.Processes().empty(); }));
     EXPECT_EQ(MachineState(), before);
     vandal.ExpectNoTrace();
 }
@@ -188,15 +191,14 @@ TEST_F(Launcher, LeavesTheMachineAsItWasWhenKilledInTheMiddle)
 TEST_F(Launcher, LeavesNothingWheneverItIsKilled)
 {
     const auto before = MachineState();
-    const std::string own = fs::read_symlink("/proc/self/ns/pid");
+    const std::string length = std::to_string(1000000 + getpid());
     for (int microseconds = 0; microseconds < 20000; microseconds += 1000) {
-        const pid_t launcher = Start({kSandbox, "sleep", "1234567"});
+        const pid_t launcher = Start({kSandbox, "sleep", length});
         usleep(static_cast<useconds_t>(microseconds));
         kill(launcher, SIGKILL);
         WaitFor(launcher);
     }
-    EXPECT_TRUE(
-        Eventually([] { return RunShell("ps -e -o args= | grep -c '[s]leep 1234567'").output == "0\n"; }));
+    EXPECT_TRUE(Eventually([&] { return ProcessesMarked(length).empty(); }));
     EXPECT_EQ(MachineState(), before);
 }
 

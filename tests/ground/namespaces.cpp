@@ -3,6 +3,7 @@
 #include <array>
 #include <csignal>
 #include <cstdio>
+#include <fcntl.h>
 #include <linux/capability.h>
 #include <sched.h>
 #include <sys/prctl.h>
@@ -22,23 +23,58 @@ namespace
 constexpr unsigned long kNamespaces =
     CLONE_NEWNS | CLONE_NEWPID | CLONE_NEWIPC | CLONE_NEWUTS | CLONE_NEWNET | CLONE_NEWCGROUP;
 
+void WriteMap(const std::string& path, const std::string& text)
+{
+    const Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
+    if (write(file.Get(), text.data(), text.size()) < 0) {
+        ThrowRefused("write", path);
+    }
+}
+
 void MapToRoot(pid_t child, uid_t user, gid_t group)
 {
     const std::string folder = "/proc/" + std::to_string(child);
-    WriteFile(folder + "/uid_map", "0 " + std::to_string(user) + " 1\n", 0644);
-    WriteFile(folder + "/setgroups", "deny\n", 0644);
-    WriteFile(folder + "/gid_map", "0 " + std::to_string(group) + " 1\n", 0644);
+    WriteMap(folder + "/uid_map", "0 " + std::to_string(user) + " 1\n");
+    WriteMap(folder + "/setgroups", "deny\n");
+    WriteMap(folder + "/gid_map", "0 " + std::to_string(group) + " 1\n");
 }
 
-// The parent says one byte when the child may go on; a parent that died instead leaves an end of file.
-void WaitForParent(Pipe& start)
+// The two ways between a parent and the child that it starts.
+struct Handshake {
+    Pipe toParent = MakePipe();
+    Pipe toChild = MakePipe();
+};
+
+bool ReadByte(const Descriptor& from)
 {
-    start.write.Close();
-    Require(prctl(PR_SET_PDEATHSIG, SIGKILL), "tie to", "the parent's life");
     char byte = 0;
-    if (read(start.read.Get(), &byte, 1) != 1) {
+    ssize_t count = 0;
+    do {
+        count = read(from.Get(), &byte, 1);
+    } while (count < 0 && errno == EINTR);
+    return count == 1;
+}
+
+// Ties the child to the parent's life before the parent goes on: a parent that dies earlier leaves an end of
+// file, one that dies later takes the child with it.
+void WaitForParent(Handshake& handshake)
+{
+    handshake.toParent.read.Close();
+    handshake.toChild.write.Close();
+    Require(prctl(PR_SET_PDEATHSIG, SIGKILL), "tie to", "the parent's life");
+    WriteAll(handshake.toParent.write.Get(), "x", "the parent's pipe");
+    if (!ReadByte(handshake.toChild.read)) {
         _exit(kExitSetupFailed);
     }
+}
+
+void ReleaseChild(Handshake& handshake)
+{
+    handshake.toParent.write.Close();
+    if (!ReadByte(handshake.toParent.read)) {
+        ThrowErrno("start", "the first process of the sandbox");
+    }
+    WriteAll(handshake.toChild.write.Get(), "x", "the child's pipe");
 }
 
 } // namespace
@@ -48,20 +84,20 @@ pid_t SpawnInNamespaces(const std::function<int()>& first)
     const bool asRoot = geteuid() == 0;
     const uid_t user = geteuid();
     const gid_t group = getegid();
-    Pipe start = MakePipe();
+    Handshake handshake;
     const unsigned long flags = kNamespaces | SIGCHLD | (asRoot ? 0UL : CLONE_NEWUSER);
     const auto child = static_cast<pid_t>(syscall(SYS_clone, flags, nullptr, nullptr, nullptr, 0));
     if (child < 0) {
         ThrowRefused("make", "the namespaces");
     }
     if (child == 0) {
-        WaitForParent(start);
+        WaitForParent(handshake);
         _exit(first());
     }
     if (!asRoot) {
         MapToRoot(child, user, group);
     }
-    WriteAll(start.write.Get(), "x", "the start pipe");
+    ReleaseChild(handshake);
     return child;
 }
 

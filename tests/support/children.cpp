@@ -66,7 +66,10 @@ bool operator==(const Ending& left, const Ending& right)
     return left.kind == right.kind && left.number == right.number;
 }
 
-bool operator!=(const Ending& left, const Ending& right) { return !(left == right); }
+bool operator!=(const Ending& left, const Ending& right)
+{
+    return !(left == right);
+}
 
 std::ostream& operator<<(std::ostream& stream, const Ending& ending)
 {
