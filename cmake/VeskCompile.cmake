@@ -7,7 +7,7 @@ set(VESK_WARNINGS
 set(VESK_CXX_WARNINGS -Wnon-virtual-dtor -Wold-style-cast -Woverloaded-virtual -Wextra-semi)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     list(APPEND VESK_WARNINGS -Wduplicated-cond -Wduplicated-branches -Wlogical-op)
-    list(APPEND VESK_CXX_WARNINGS -Wuseless-cast -Wsuggest-override)
+    list(APPEND VESK_CXX_WARNINGS -Wsuggest-override)
 endif()
 if(VESK_WERROR)
     list(APPEND VESK_WARNINGS -Werror)

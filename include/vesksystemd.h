@@ -227,6 +227,104 @@ VESK_API int VESKCSystemdServiceReasonRemoveGroup(const char* szReason, VLIBCSzL
 /** Pushes the reasons of the service, in no order. 0x0900 when its folder cannot be read. */
 VESK_API int VESKCSystemdServiceReasonList(const char* szService, VLIBCSzList** ppListReasons);
 
+/* ---- Volumes ------------------------------------------------------------------------------------------- */
+/*
+ * A volume is named by its mount path, which begins with "/" and does not end with one. Which volumes a unit
+ * or a package uses stands in a file of its own, a JSON array, which is replaced as a whole: whatever dies
+ * when, it holds the array from before or after. One program changes registries at a time; another one fails
+ * at once.
+ */
+
+/** Adds a volume to those that a unit uses. One that is there already is a success. */
+VESK_API int VESKCSystemdVolumeRegister(const char* szUnit, const char* szVolume);
+/** Takes a volume from those that a unit uses. One that is not there is a success. */
+VESK_API int VESKCSystemdVolumeUnregister(const char* szUnit, const char* szVolume);
+/** The same for a package, which must be installed. */
+VESK_API int VESKCSystemdPackageVolumeRegister(const char* szPackage, const char* szVolume);
+/** The same for a package. */
+VESK_API int VESKCSystemdPackageVolumeUnregister(const char* szPackage, const char* szVolume);
+
+/** How a unit depends on volumes, the key "VolumeDependency" of its unit file. */
+typedef enum VESK_SYSTEMD_VOLUME_DEPENDENCY {
+    /** On none: also for any other word, and without the key. */
+    VESK_SYSTEMD_VOLUME_DEPENDENCY_NONE = 0,
+    /** On all volumes. */
+    VESK_SYSTEMD_VOLUME_DEPENDENCY_ALL = 1,
+    /** On those registered for it. */
+    VESK_SYSTEMD_VOLUME_DEPENDENCY_PARTIAL = 2
+} VESK_SYSTEMD_VOLUME_DEPENDENCY;
+
+/** How a unit depends on volumes; written only on success. */
+VESK_API int VESKCSystemdVolumeDependencyGet(const char* szUnit, VESK_SYSTEMD_VOLUME_DEPENDENCY* pDependency);
+
+/**
+ * Pushes the services that use files below a mount path, in no order: that have a process which works in,
+ * runs, holds open or maps one. Services with the key "SkipListByMntPath" set to "yes" are left out. Reads
+ * all of /proc; 0x0900 when that cannot be opened.
+ */
+VESK_API int VESKCSystemdServiceListByMntPath(const char* szMntPath, VLIBCSzList** ppListServices);
+
+/**
+ * Runs `action`, the unmount of the volumes, with `pArg` while the services that use them are stopped:
+ * running units that declare a dependency on them, and services that use files on them.
+ *
+ * Returns 1 when the action returned true and the services were started again. They are started again
+ * whatever the action returned. On failures before they are stopped the action is not run. Waits for up to an
+ * hour each for other unmount actions and isolations, and for as long as the services take to stop and start.
+ */
+VESK_API int VESKCSystemdVolumeUnmountAction(const char* szVolume, bool (*action)(void*), void* pArg);
+VESK_API int VESKCSystemdVolumeGroupUnmountAction(VLIBCSzList* pListVolumes, bool (*action)(void*),
+                                                  void* pArg);
+
+/* ---- Targets ------------------------------------------------------------------------------------------- */
+
+/** What became of the stop jobs that an isolation has queued. */
+typedef enum VESK_SYSTEMD_ISOLATE_WAIT_STOP_RESULT {
+    /** All of them have left the queue. */
+    VESK_SYSTEMD_ISOLATE_WAIT_STOP_DONE = 0,
+    /** Some were still queued when the wait ended. */
+    VESK_SYSTEMD_ISOLATE_WAIT_STOP_TIMEOUT = 1,
+    /** The queue could not be read. */
+    VESK_SYSTEMD_ISOLATE_WAIT_STOP_JOB_LIST_FAILED = 2
+} VESK_SYSTEMD_ISOLATE_WAIT_STOP_RESULT;
+
+/** Isolates to "default.target", as VESKSystemdIsolateTarget does. */
+VESK_API int VESKCSystemdIsolateToDefaultTarget(void);
+
+/**
+ * Runs `action` while the system is isolated to a target, and isolates to "default.target" after it. True
+ * when the action returned other than 0 and the system came back.
+ */
+VESK_API bool VESKCSystemdIsolateTargetAction(const char* szTarget, int (*action)(void));
+
+/** The target that the system boots to. */
+VESK_API bool VESKCSystemdDefaultTargetGet(char* szDefaultTarget, int cbDefaultTarget);
+
+/** Sets the target that the system boots to. The InGenerator form needs no manager. */
+VESK_API int VESKCSystemdDefaultTargetSet(const char* szDefaultTarget);
+VESK_API int VESKCSystemdDefaultTargetSetInGenerator(const char* szDefaultTarget);
+
+/* ---- Slices and cgroups -------------------------------------------------------------------------------- */
+/*
+ * The movers move the calling process: of a process with several threads the whole process, by its first
+ * thread. A slice is a name without "/" that ends in ".slice", and its cgroup must be there.
+ */
+
+/** The slice of the calling process in the hierarchy "veskmonitor". */
+VESK_API int VESKCSystemdCgroupMonitorSliceGet(char* szSlice, int cbSlice);
+
+/** Moves the calling process into a slice of the hierarchy "veskmonitor". */
+VESK_API int VESKCSystemdCgroupMonitorSliceMove(const char* szSlice);
+
+/** Moves the calling process into a slice of systemd's hierarchy, then of "veskmonitor". */
+VESK_API int VESKCSystemdCgroupSystemdSliceMove(const char* szSlice);
+
+/** Moves the calling process to the root of systemd's hierarchy. */
+VESK_API int VESKCSystemdRunAsSystemProcess(void);
+
+/** Pushes the names of all service unit files, as VESKCSystemdServiceList does: not those of slices. */
+VESK_API int VESKCSystemdSliceList(VLIBCSzList** ppListSlices);
+
 /* ---- Keys of the unit-file section "X-Veskline" -------------------------------------------------------- */
 /*
  * All read the unit's file: the first found in /usr/local/lib, /usr/lib, /etc and /run, each followed by

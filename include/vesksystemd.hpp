@@ -13,12 +13,15 @@
 #ifndef VESKSYSTEMD_HPP
 #define VESKSYSTEMD_HPP
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <boost/optional/optional.hpp>
@@ -304,6 +307,105 @@ VESK_API bool AddUnitSection(const std::string& strDirectory, const std::string&
                              const std::string& strSection,
                              const std::map<std::string, std::string>& mapKeyValues);
 
+/* ---- Targets ------------------------------------------------------------------------------------------- */
+
+/** Options of an isolation. */
+struct IsolateOptions {
+    /** Only queue the isolation: systemctl returns at once. */
+    bool noBlock = false;
+};
+
+/**
+ * Runs the script that watches the manager and its queue, for as long as this object lives and at most a
+ * second more.
+ */
+class VESK_API StatusMonitor
+{
+public:
+    /** Starts the script in a child. Waits for up to 10 seconds for the lock that keeps the script running.
+     */
+    bool Start();
+
+private:
+    std::unique_ptr<FileLock> m_pExitLock;
+};
+
+/* ---- Processes and slices ------------------------------------------------------------------------------ */
+
+/**
+ * A process as it was when this object was made, and what it has used since. Ordered by process id alone.
+ */
+class VESK_API Process
+{
+public:
+    /** Samples the process. Throws std::exception when it cannot be read, as when it has ended. */
+    explicit Process(int nPid);
+
+    bool operator<(const Process& other) const;
+
+    int PidGet() const;
+    std::string NameGet() const;
+    /** Processor time used until the sample, in seconds. */
+    double CPUTimeGet() const;
+    /** The proportional share of the memory, in kB. */
+    unsigned long long MemoryPssGet() const;
+
+    /** The share of the machine's processor time since the sample, 0.0 to 1.0; 0.0 when it cannot be read. */
+    double CPUUtilizationGet() const;
+    /** Bytes read and written per second since the sample; 0.0 when they cannot be read. */
+    std::pair<double, double> IOUtilizationGet() const;
+
+    /** The name of the program; for the workers of the web interface that of what they run. */
+    static bool NameGet(int nPid, std::string& strName);
+    /** Processor time in clock ticks. */
+    static bool CPUTickGet(int nPid, unsigned long long& ullUser, unsigned long long& ullSystem);
+    /** In kB. */
+    static bool PssGet(int nPid, unsigned long long& ullPss);
+    /** Bytes read from and written to storage. */
+    static bool IOGet(int nPid, unsigned long long& ullReadBytes, unsigned long long& ullWriteBytes);
+
+private:
+    int m_nPid;
+    std::string m_strName;
+    unsigned long long m_ullUserTick = 0;
+    unsigned long long m_ullSystemTick = 0;
+    unsigned long long m_ullTotalTick = 0;
+    unsigned long long m_ullPss = 0;
+    unsigned long long m_ullReadBytes = 0;
+    unsigned long long m_ullWriteBytes = 0;
+    std::chrono::steady_clock::time_point m_sampled;
+};
+
+/** A monitored slice: what it is called, and samples of its processes. */
+class VESK_API Slice
+{
+public:
+    /** Throws std::exception when the slice has neither name, or its processes cannot be sampled. */
+    explicit Slice(const std::string& strUnit);
+
+    std::string UnitNameGet() const;
+    std::string NameGet() const;
+    std::string NameI18nGet() const;
+    Icon IconGet() const;
+    std::set<Process> ProcessesGet() const;
+
+    /**
+     * Adds samples of all processes of a slice and of the units in it. Those that end meanwhile are left out;
+     * false, with nothing added, when another cannot be sampled.
+     */
+    static bool ProcessList(const std::string& strSlice, std::set<Process>& setProcesses);
+
+private:
+    std::string m_strUnit;
+    std::string m_strName;
+    std::string m_strNameI18n;
+    Icon m_icon;
+    std::set<Process> m_setProcesses;
+};
+
+/** Moves the calling process into a slice of a hierarchy, "systemd" or "veskmonitor". */
+VESK_API bool MoveToCgroupSlice(const std::string& strSlice, const std::string& strHierarchy);
+
 } // namespace VESK::Systemd
 
 /* ---- Running systemctl --------------------------------------------------------------------------------- */
@@ -532,6 +634,111 @@ VESK_API bool VESKSystemdServiceReasonRemove(const std::string& strReason, const
 /** Appends the reasons of the service, in no order. */
 VESK_API bool VESKSystemdServiceReasonList(const std::string& strService,
                                            std::vector<std::string>& vecReasons);
+
+/* ---- Volumes ------------------------------------------------------------------------------------------- */
+
+VESK_API bool VESKSystemdVolumeRegister(const std::string& strUnit, const std::string& strVolume);
+VESK_API bool VESKSystemdVolumeUnregister(const std::string& strUnit, const std::string& strVolume);
+VESK_API bool VESKSystemdPackageVolumeRegister(const std::string& strPackage, const std::string& strVolume);
+VESK_API bool VESKSystemdPackageVolumeUnregister(const std::string& strPackage, const std::string& strVolume);
+
+/** Whether one of the volumes is registered. Empty arguments are no error, and no lock is taken. */
+VESK_API bool VESKSystemdVolumeIsRegisteredByUnit(const std::string& strUnit,
+                                                  const std::vector<std::string>& vecVolumes);
+VESK_API bool VESKSystemdVolumeIsRegisteredByPackage(const std::string& strPackage,
+                                                     const std::vector<std::string>& vecVolumes);
+
+VESK_API bool VESKSystemdVolumeDependencyGet(const std::string& strUnit,
+                                             VESK_SYSTEMD_VOLUME_DEPENDENCY& dependency);
+
+/** Whether the service is left out by VESKSystemdServiceListByMntPath. */
+VESK_API bool VESKSystemdServiceSkipListByMntPath(const std::string& strService, bool& blSkip);
+
+/**
+ * Replaces `vecServices` with the services that use files below a mount path. An empty path stands for all
+ * files. Throws when /proc has an entry that looks like a process and is none.
+ */
+VESK_API bool VESKSystemdServiceListByMntPath(const std::string& strMntPath,
+                                              std::vector<std::string>& vecServices);
+
+/**
+ * See VESKCSystemdVolumeUnmountAction. An exception of the action passes on after the services were started
+ * again; an empty one throws std::bad_function_call.
+ */
+VESK_API bool _VESKSystemdVolumeUnmountAction(const std::vector<std::string>& vecVolumes,
+                                              std::function<bool()>&& action);
+
+/** The same for a function and its argument. `Volumes` is a vector of strings. */
+template <typename Volumes>
+bool VESKSystemdVolumeUnmountAction(const Volumes& vecVolumes, bool (*action)(void*), void* pArg)
+{
+    return _VESKSystemdVolumeUnmountAction(vecVolumes, [action, pArg] { return action(pArg); });
+}
+
+/* ---- Targets ------------------------------------------------------------------------------------------- */
+
+/**
+ * Isolates the system to a target, then waits until the stop jobs that this has queued are gone, for at most
+ * 300 readings of the queue, a second apart.
+ *
+ * Returns whether the isolation succeeded, whatever came of the wait, which is written to `pResult` unless
+ * that is null; nothing is written when systemctl was not run. Waits before that for up to 120 seconds for
+ * other operations on the whole system, and for up to 600 seconds for volume unmount actions.
+ */
+VESK_API bool VESKSystemdIsolateTarget(const std::string& strTarget,
+                                       const VESK::Systemd::IsolateOptions& options,
+                                       VESK_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* pResult);
+VESK_API bool VESKSystemdIsolateTarget(const std::string& strTarget,
+                                       VESK_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* pResult);
+
+/** The same for a caller that holds the SystemOperationLock. */
+VESK_API bool VESKSystemdIntIsolateTarget(const std::string& strTarget,
+                                          const VESK::Systemd::IsolateOptions& options,
+                                          VESK_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* pResult);
+VESK_API bool VESKSystemdIntIsolateTarget(const std::string& strTarget,
+                                          VESK_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* pResult);
+
+VESK_API bool VESKSystemdIsolateToDefaultTarget();
+
+/**
+ * Runs `action` while the system is isolated to a target, and isolates to "default.target" after it, whatever
+ * it returned. No other operation on the whole system runs meanwhile. An exception of the action passes on
+ * after the way back; an empty one throws std::bad_function_call.
+ */
+VESK_API bool _VESKSystemdIsolateTargetAction(const std::string& strTarget, std::function<bool()>&& action);
+
+VESK_API bool VESKSystemdDefaultTargetGet(std::string& strTarget);
+VESK_API bool VESKSystemdDefaultTargetSet(const std::string& strTarget);
+VESK_API bool VESKSystemdDefaultTargetSetInGenerator(const std::string& strTarget);
+/** The same with further options for systemctl. */
+VESK_API bool VESKSystemdIntDefaultTargetSet(const std::vector<std::string>& vecOptions,
+                                             const std::string& strDefaultTarget);
+
+/** Appends the full names of the units that the target's key "Carries" names. */
+VESK_API bool VESKSystemdTargetCarriesGet(const std::string& strTarget, std::vector<std::string>& vecUnits);
+
+/* ---- Slices and cgroups -------------------------------------------------------------------------------- */
+
+/** The path of a process in a hierarchy, named as in /proc/PID/cgroup: "name=systemd", "name=veskmonitor". */
+VESK_API bool VESKSystemdCgroupPathnameGet(int nPid, const std::string& strHierarchy, std::string& strPath);
+
+/** The unit that holds a process. True with `strUnit` as it was for a process outside any unit. */
+VESK_API bool VESKSystemdGetByPid(int nPid, std::string& strUnit);
+
+VESK_API bool VESKSystemdCgroupMonitorSliceGet(std::string& strSlice);
+VESK_API bool VESKSystemdCgroupMonitorSliceMove(const std::string& strSlice);
+VESK_API bool VESKSystemdCgroupSystemdSliceMove(const std::string& strSlice);
+VESK_API bool VESKSystemdRunAsSystemProcess();
+
+/** Appends the names of the monitored slices, in no order. False when there is none. */
+VESK_API bool VESKSystemdSliceList(std::vector<std::string>& vecSlices);
+
+/**
+ * Ends everything in a slice: stops its units, then sends SIGTERM to what is left, and SIGKILL to what is
+ * left after the time that the slice's key "SliceKillTimeoutSec" gives, 10 seconds without it. False only
+ * when SIGKILL could not be sent.
+ */
+VESK_API bool VESKSystemdKillSlice(const std::string& strSlice);
 
 /* ---- Keys of the unit-file section "X-Veskline" -------------------------------------------------------- */
 /* See vesksystemd.h. An output is written only on success, unless said otherwise. */

@@ -7,6 +7,9 @@ namespace VESK::Systemd
 
 const char* Directory::Next()
 {
+    if (m_pDirectory == nullptr) {
+        return nullptr;
+    }
     while (const dirent* pEntry = readdir(m_pDirectory.get())) {
         const std::string_view svName = pEntry->d_name;
         if (svName != "." && svName != "..") {

@@ -21,8 +21,12 @@ public:
     /** 0 when the folder is open, else why it could not be opened. */
     int Error() const { return m_nError; }
 
-    /** The next entry's name, valid until the next call; null at the end. */
+    /** The next entry's name, valid until the next call; null at the end, and for a folder that is not open.
+     */
     const char* Next();
+
+    /** The descriptor of the open folder, owned by this object. */
+    int Descriptor() const { return dirfd(m_pDirectory.get()); }
 
 private:
     struct Closer {

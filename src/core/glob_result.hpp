@@ -6,7 +6,7 @@
 namespace VESK::Systemd
 {
 
-/** The paths that match patterns, in the order of the folders that hold them. */
+/** The entries of folders that match patterns, in the order in which the folders hold them. */
 class GlobResult
 {
 public:
@@ -15,13 +15,8 @@ public:
     GlobResult(const GlobResult&) = delete;
     GlobResult& operator=(const GlobResult&) = delete;
 
-    /** Adds what matches `strPattern`; the result of glob(3). */
-    int Add(const std::string& strPattern)
-    {
-        const int nResult = glob(strPattern.c_str(), GLOB_NOSORT | m_nAppend, nullptr, &m_glob);
-        m_nAppend = GLOB_APPEND;
-        return nResult;
-    }
+    /** Adds what matches the pattern in the folder, whose name is taken literally; the result of glob(3). */
+    int Add(const std::string& strFolder, const char* szPattern);
 
     char** begin() const { return m_glob.gl_pathv; }
     char** end() const { return m_glob.gl_pathv + m_glob.gl_pathc; }

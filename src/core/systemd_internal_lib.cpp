@@ -412,7 +412,7 @@ bool UnlinkReasons(const std::string& strReason, const std::vector<std::string>&
 bool CheckServiceHasReason(const std::string& strService)
 {
     // A reason whose name begins with a dot does not count, and an error of glob reads as a reason.
-    return GlobResult().Add(ReasonFolder(strService) + "/*") != GLOB_NOMATCH;
+    return GlobResult().Add(ReasonFolder(strService), "/*") != GLOB_NOMATCH;
 }
 
 bool ListServicesWithReason(std::vector<std::string>& vecServices)

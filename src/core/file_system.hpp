@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+#include <sys/stat.h>
+
+namespace VESK::Systemd
+{
+
+inline bool IsDirectory(const std::string& strPath)
+{
+    struct stat status {
+    };
+    return stat(strPath.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+/** The text after the last "/". */
+inline std::string BaseName(const std::string& strPath)
+{
+    return strPath.substr(strPath.rfind('/') + 1);
+}
+
+} // namespace VESK::Systemd

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace VESK::Systemd
+{
+
+/**
+ * Reads a file into `strText`, whose memory is used again. False when it cannot be opened. A file that cannot
+ * be read to its end, as that of a process that ends meanwhile, gives what could be read.
+ */
+bool FileRead(const std::string& strPath, std::string& strText);
+
+/** The lines of a text, without their line feeds. */
+class Lines
+{
+public:
+    explicit Lines(std::string_view svText)
+        : m_svRest(svText)
+    {
+    }
+
+    /** The next line; false at the end. */
+    bool Next(std::string_view& svLine);
+
+private:
+    std::string_view m_svRest;
+};
+
+} // namespace VESK::Systemd

@@ -1,0 +1,202 @@
+#include "resource/proc_parse.hpp"
+
+#include <climits>
+#include <initializer_list>
+
+#include "core/file_text.hpp"
+
+namespace VESK::Systemd
+{
+namespace
+{
+
+bool IsSpace(char c)
+{
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+bool IsDecimal(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+bool IsHexadecimal(char c)
+{
+    return IsDecimal(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+}
+
+/** Takes from the front of a line what one directive of a format takes. False where the line does not match.
+ */
+class Scanner
+{
+public:
+    /** A zero byte ends the line, as it ends a C string. */
+    explicit Scanner(std::string_view svLine)
+        : m_svRest(svLine.substr(0, svLine.find('\0')))
+    {
+    }
+
+    /** Text of the format. */
+    bool Literal(std::string_view svText)
+    {
+        const bool blMatches = m_svRest.substr(0, svText.size()) == svText;
+        m_svRest.remove_prefix(blMatches ? svText.size() : 0);
+        return blMatches;
+    }
+
+    /** "%s" */
+    bool Word(std::string_view& svWord)
+    {
+        SkipSpace();
+        svWord = TakeWhile([](char c) { return !IsSpace(c); });
+        return !svWord.empty();
+    }
+
+    /** "%*s", so many times */
+    bool SkipWords(int nWords)
+    {
+        std::string_view svWord;
+        while (nWords > 0 && Word(svWord)) {
+            --nWords;
+        }
+        return nWords == 0;
+    }
+
+    /** "%llu": a sign is read, and a number too large is the largest. */
+    bool Number(unsigned long long& ullValue)
+    {
+        const bool blNegative = TakeSign() == '-';
+        const std::string_view svDigits = TakeWhile(IsDecimal);
+        ullValue = 0;
+        for (const char c : svDigits) {
+            const auto ullDigit = static_cast<unsigned long long>(c - '0');
+            if (ullValue > (ULLONG_MAX - ullDigit) / 10) {
+                ullValue = ULLONG_MAX;
+                return true;
+            }
+            ullValue = ullValue * 10 + ullDigit;
+        }
+        ullValue = blNegative ? 0 - ullValue : ullValue;
+        return !svDigits.empty();
+    }
+
+    /** "%*d" */
+    bool SkipDecimal()
+    {
+        TakeSign();
+        return !TakeWhile(IsDecimal).empty();
+    }
+
+    /** "%*x": a prefix is read, and is a number of its own when no digit follows it. */
+    bool SkipHexadecimal()
+    {
+        TakeSign();
+        if (Literal("0")) {
+            Literal("x") || Literal("X");
+            TakeWhile(IsHexadecimal);
+            return true;
+        }
+        return !TakeWhile(IsHexadecimal).empty();
+    }
+
+private:
+    template <typename Predicate>
+    std::string_view TakeWhile(Predicate&& matches)
+    {
+        size_t nTaken = 0;
+        while (nTaken < m_svRest.size() && matches(m_svRest[nTaken])) {
+            ++nTaken;
+        }
+        const std::string_view svTaken = m_svRest.substr(0, nTaken);
+        m_svRest.remove_prefix(nTaken);
+        return svTaken;
+    }
+
+    void SkipSpace() { TakeWhile(IsSpace); }
+
+    char TakeSign()
+    {
+        SkipSpace();
+        if (m_svRest.empty() || (m_svRest.front() != '-' && m_svRest.front() != '+')) {
+            return '\0';
+        }
+        const char cSign = m_svRest.front();
+        m_svRest.remove_prefix(1);
+        return cSign;
+    }
+
+    std::string_view m_svRest;
+};
+
+std::string_view FirstLine(std::string_view svText)
+{
+    return svText.substr(0, svText.find('\n'));
+}
+
+bool FieldParse(std::string_view svLine, std::string_view svName, unsigned long long& ullValue)
+{
+    Scanner scanner(svLine);
+    return scanner.Literal(svName) && scanner.Number(ullValue);
+}
+
+} // namespace
+
+bool StatTicksParse(std::string_view svText, unsigned long long& ullUser, unsigned long long& ullSystem)
+{
+    Scanner scanner(FirstLine(svText));
+    return scanner.SkipWords(13) && scanner.Number(ullUser) && scanner.Number(ullSystem);
+}
+
+bool TotalTicksParse(std::string_view svText, unsigned long long& ullTotal)
+{
+    Scanner scanner(FirstLine(svText));
+    if (!scanner.Literal("cpu")) {
+        return false;
+    }
+    unsigned long long ullSum = 0;
+    for (int i = 0; i < 8; ++i) {
+        unsigned long long ullTicks = 0;
+        if (!scanner.Number(ullTicks)) {
+            return false;
+        }
+        ullSum += ullTicks;
+    }
+    ullTotal = ullSum;
+    return true;
+}
+
+unsigned long long PssParse(std::string_view svText)
+{
+    unsigned long long ullSum = 0;
+    Lines lines(svText);
+    for (std::string_view svLine; lines.Next(svLine);) {
+        unsigned long long ullPss = 0;
+        if (FieldParse(svLine, "Pss:", ullPss)) {
+            ullSum += ullPss;
+        }
+    }
+    return ullSum;
+}
+
+bool IOParse(std::string_view svText, unsigned long long& ullRead, unsigned long long& ullWritten)
+{
+    Lines lines(svText);
+    for (std::string_view svLine; lines.Next(svLine);) {
+        if (FieldParse(svLine, "read_bytes:", ullRead)) {
+            return lines.Next(svLine) && FieldParse(svLine, "write_bytes:", ullWritten);
+        }
+    }
+    return false;
+}
+
+std::string_view MapsPathParse(std::string_view svLine)
+{
+    Scanner scanner(svLine);
+    std::string_view svPath;
+    const bool blMatches = scanner.SkipHexadecimal() && scanner.Literal("-") && scanner.SkipHexadecimal() &&
+                           scanner.SkipWords(1) && scanner.SkipHexadecimal() && scanner.SkipWords(1) &&
+                           scanner.SkipDecimal() && scanner.Word(svPath);
+    return blMatches ? svPath : std::string_view();
+}
+
+} // namespace VESK::Systemd

@@ -1,0 +1,121 @@
+#include "vesksystemd.hpp"
+
+#include <algorithm>
+#include <cerrno>
+#include <unistd.h>
+
+#include "core/file_system.hpp"
+#include "core/file_text.hpp"
+#include "core/glob_result.hpp"
+
+namespace VESK::Systemd
+{
+namespace
+{
+
+/** Whether a process has ended: there is nothing of it left, or only its exit status. */
+bool IsGone(int nPid)
+{
+    std::string strText;
+    if (!FileRead("/proc/" + std::to_string(nPid) + "/stat", strText)) {
+        return access(("/proc/" + std::to_string(nPid)).c_str(), F_OK) != 0;
+    }
+    // The state follows the name, which stands in parentheses and may hold some of its own.
+    const std::string strState = strText.substr(std::min(strText.rfind(')') + 2, strText.size()), 1);
+    return strState.empty() || strState == "Z" || strState == "X";
+}
+
+/** Adds a sample of the process unless it has ended. False when it lives and cannot be sampled. */
+bool ProcessAdd(int nPid, std::set<Process>& setProcesses)
+{
+    try {
+        setProcesses.insert(Process(nPid));
+        return true;
+    } catch (const std::exception&) {
+        return IsGone(nPid);
+    }
+}
+
+/** The processes in a "tasks" file; false when a line is no number. */
+bool TasksAdd(const std::string& strPath, std::set<Process>& setProcesses)
+{
+    std::string strText;
+    if (!FileRead(strPath, strText)) {
+        // The folder of a unit goes with its last process.
+        return errno == ENOENT || errno == ENODEV;
+    }
+    Lines lines(strText);
+    for (std::string_view svLine; lines.Next(svLine);) {
+        if (!ProcessAdd(std::stoi(std::string(svLine)), setProcesses)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+Slice::Slice(const std::string& strUnit)
+    : m_strUnit(strUnit)
+{
+    const bool blName = VESKSystemdNameGet(strUnit, m_strName);
+    const bool blNameI18n = VESKSystemdNameI18nGet(strUnit, m_strNameI18n);
+    if ((!blName && !blNameI18n) || !VESKSystemdIconGet(strUnit, m_icon) ||
+        !ProcessList(strUnit, m_setProcesses)) {
+        throw std::exception();
+    }
+}
+
+std::string Slice::UnitNameGet() const
+{
+    return m_strUnit;
+}
+
+std::string Slice::NameGet() const
+{
+    return m_strName;
+}
+
+std::string Slice::NameI18nGet() const
+{
+    return m_strNameI18n;
+}
+
+Icon Slice::IconGet() const
+{
+    return m_icon;
+}
+
+std::set<Process> Slice::ProcessesGet() const
+{
+    return m_setProcesses;
+}
+
+bool Slice::ProcessList(const std::string& strSlice, std::set<Process>& setProcesses)
+{
+    const std::string strFolder = "/sys/fs/cgroup/veskmonitor/" + strSlice;
+    if (!IsDirectory(strFolder)) {
+        return false;
+    }
+    GlobResult tasks;
+    for (const char* szPattern : {"/tasks", "/*/tasks"}) {
+        const int nResult = tasks.Add(strFolder, szPattern);
+        if (nResult != 0 && nResult != GLOB_NOMATCH) {
+            return false;
+        }
+    }
+    std::set<Process> setFound;
+    try {
+        for (const char* szPath : tasks) {
+            if (!TasksAdd(szPath, setFound)) {
+                return false;
+            }
+        }
+    } catch (const std::exception&) {
+        return false;
+    }
+    setProcesses.merge(setFound);
+    return true;
+}
+
+} // namespace VESK::Systemd

@@ -1,0 +1,72 @@
+#include "vesksystemd.hpp"
+
+#include <unistd.h>
+
+#include "core/c_forms.hpp"
+#include "core/log.hpp"
+#include "resource/pid_write.hpp"
+
+namespace VESK::Systemd
+{
+namespace
+{
+
+bool IsSliceName(const std::string& strSlice)
+{
+    return strSlice.find('/') == std::string::npos && UnitTypeGet(strSlice) == "slice";
+}
+
+} // namespace
+
+bool MoveToCgroupSlice(const std::string& strSlice, const std::string& strHierarchy)
+{
+    if (!VESK_ARGUMENT(!strSlice.empty() && IsSliceName(strSlice))) {
+        return false;
+    }
+    const std::string strPath = "/sys/fs/cgroup/" + strHierarchy + "/" + strSlice + "/tasks";
+    if (VLIBCFileExist(strPath.c_str()) == 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: %s not found", VESK_HERE, strPath.c_str());
+        return false;
+    }
+    const int nPid = getpid();
+    switch (PidWrite(strPath.c_str(), nPid)) {
+    case PidWriteResult::Done:
+        return true;
+    case PidWriteResult::NotOpened:
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to open %s", VESK_HERE, strPath.c_str());
+        return false;
+    case PidWriteResult::NotWritten:
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to write pid[%d] to %s", VESK_HERE, nPid,
+                 strPath.c_str());
+        return false;
+    case PidWriteResult::NotClosed:
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: fclose failed", VESK_HERE);
+        return false;
+    }
+    return false;
+}
+
+} // namespace VESK::Systemd
+
+bool VESKSystemdCgroupMonitorSliceMove(const std::string& strSlice)
+{
+    return VESK::Systemd::MoveToCgroupSlice(strSlice, "veskmonitor");
+}
+
+bool VESKSystemdCgroupSystemdSliceMove(const std::string& strSlice)
+{
+    return VESK::Systemd::MoveToCgroupSlice(strSlice, "systemd") &&
+           VESK::Systemd::MoveToCgroupSlice(strSlice, "veskmonitor");
+}
+
+int VESKCSystemdCgroupMonitorSliceMove(const char* szSlice)
+{
+    return VESK::Systemd::CForm(
+        [&] { return VESK_ARGUMENT(nullptr != szSlice) && VESKSystemdCgroupMonitorSliceMove(szSlice); });
+}
+
+int VESKCSystemdCgroupSystemdSliceMove(const char* szSlice)
+{
+    return VESK::Systemd::CForm(
+        [&] { return VESK_ARGUMENT(nullptr != szSlice) && VESKSystemdCgroupSystemdSliceMove(szSlice); });
+}

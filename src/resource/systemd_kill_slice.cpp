@@ -1,0 +1,139 @@
+#include "vesksystemd.hpp"
+
+#include "core/file_system.hpp"
+#include "core/file_text.hpp"
+#include "core/glob_result.hpp"
+#include "core/log.hpp"
+#include "core/pause.hpp"
+#include "core/text.hpp"
+
+using VESK::Systemd::GlobResult;
+using VESK::Systemd::Joined;
+using VESK::Systemd::SystemctlOptsBuilder;
+using VESK::Systemd::Texts;
+
+namespace
+{
+
+constexpr unsigned long kDefaultGraceSeconds = 10;
+
+bool HoldsProcess(const std::string& strFolder)
+{
+    try {
+        std::string strProcesses;
+        return VESK::Systemd::FileRead(strFolder + "/cgroup.procs", strProcesses) && !strProcesses.empty();
+    } catch (const std::exception& error) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to check cgruop procs: [%s]", VESK_HERE, error.what());
+    } catch (...) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to check cgruop procs", VESK_HERE);
+    }
+    return true;
+}
+
+/** Appends the units below a folder that hold processes. */
+void LiveUnitsAppend(const std::string& strFolder, Texts& vecUnits)
+{
+    GlobResult entries;
+    entries.Add(strFolder, "/*");
+    for (const std::string strEntry : entries) {
+        if (!VESK::Systemd::IsDirectory(strEntry)) {
+            continue;
+        }
+        if (HoldsProcess(strEntry)) {
+            vecUnits.push_back(VESK::Systemd::BaseName(strEntry));
+        }
+        LiveUnitsAppend(strEntry, vecUnits);
+    }
+}
+
+/** Whether a slice holds processes; finds the units in it that do. */
+bool IsLive(const std::string& strSlice, Texts& vecUnits)
+{
+    const std::string strFolder = "/sys/fs/cgroup/systemd/" + strSlice;
+    vecUnits.clear();
+    LiveUnitsAppend(strFolder, vecUnits);
+    return !vecUnits.empty() || HoldsProcess(strFolder);
+}
+
+void StopUnits(const std::string& strSlice, const Texts& vecUnits)
+{
+    if (vecUnits.empty()) {
+        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: There is no units in [%s], skip stop units", VESK_HERE,
+                 strSlice.c_str());
+        return;
+    }
+    VESK_LOG(LOG_INFO, "%s:%d vesksystemd: The following units will be stopped: [%s]", VESK_HERE,
+             Joined(vecUnits).c_str());
+    Texts vecFailed;
+    if (!VESKSystemdStop(vecUnits, vecFailed)) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] killing failed in service stop phase.", VESK_HERE,
+                 strSlice.c_str());
+    }
+}
+
+bool SendSignal(const std::string& strSlice, const Texts& vecOptions)
+{
+    const auto opts = SystemctlOptsBuilder().SetCmdOpts(&vecOptions).SetForceSystem(true).Build();
+    try {
+        return VESKSystemdSystemctlUltron("kill", opts, {strSlice},
+                                          [](int nExitCode, const Texts&) { return nExitCode == 0; });
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+unsigned long GraceSecondsGet(const std::string& strSlice)
+{
+    try {
+        const std::string strSeconds = VESK::Systemd::XVesklineKeyGet(strSlice, "SliceKillTimeoutSec");
+        return strSeconds.empty() ? kDefaultGraceSeconds : std::stoul(strSeconds);
+    } catch (const std::exception& error) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to get SliceKillTimeoutSec: [%s]", VESK_HERE,
+                 error.what());
+    } catch (...) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to get slice kill timeout", VESK_HERE);
+    }
+    return kDefaultGraceSeconds;
+}
+
+/** Waits until the slice holds no process any more; false when the time ran out first. */
+bool EndsWithin(const std::string& strSlice, unsigned long ulSeconds)
+{
+    Texts vecUnits;
+    for (; ulSeconds > 0; --ulSeconds) {
+        if (!IsLive(strSlice, vecUnits)) {
+            return true;
+        }
+        VESK::Systemd::PauseSecond();
+    }
+    return false;
+}
+
+} // namespace
+
+bool VESKSystemdKillSlice(const std::string& strSlice)
+{
+    Texts vecUnits;
+    if (!IsLive(strSlice, vecUnits)) {
+        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: There is no alive process in [%s], skip kill slice", VESK_HERE,
+                 strSlice.c_str());
+        return true;
+    }
+    VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] killing...", VESK_HERE, strSlice.c_str());
+    StopUnits(strSlice, vecUnits);
+    if (!SendSignal(strSlice, {})) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] SIGTERM killing failed in process kill phase.", VESK_HERE,
+                 strSlice.c_str());
+    }
+    VESK_LOG(LOG_INFO, "%s:%d vesksystemd: has sent SIGTERM to [%s]", VESK_HERE, strSlice.c_str());
+    if (!EndsWithin(strSlice, GraceSecondsGet(strSlice))) {
+        if (!SendSignal(strSlice, {"--signal=SIGKILL"})) {
+            VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] SIGKILL killing failed in process kill phase.",
+                     VESK_HERE, strSlice.c_str());
+            return false;
+        }
+        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: has sent SIGKILL to [%s]", VESK_HERE, strSlice.c_str());
+    }
+    VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] killed.", VESK_HERE, strSlice.c_str());
+    return true;
+}

@@ -1,0 +1,27 @@
+#include "vesksystemd.hpp"
+
+#include "core/c_forms.hpp"
+#include "core/file_system.hpp"
+#include "core/glob_result.hpp"
+#include "core/log.hpp"
+
+bool VESKSystemdSliceList(std::vector<std::string>& vecSlices)
+{
+    VESK::Systemd::GlobResult slices;
+    if (slices.Add("/sys/fs/cgroup/veskmonitor/", "*.slice") != 0) {
+        return false;
+    }
+    for (const std::string strPath : slices) {
+        vecSlices.push_back(VESK::Systemd::BaseName(strPath));
+    }
+    return true;
+}
+
+int VESKCSystemdSliceList(VLIBCSzList** ppListSlices)
+{
+    return VESK::Systemd::CForm([&] {
+        return VESK_ARGUMENT(nullptr != ppListSlices) && VESK_ARGUMENT(nullptr != *ppListSlices) &&
+               // Programs of the platform have come to rely on getting services here.
+               VESK::Systemd::ListForm(ppListSlices, VESKSystemdServiceList);
+    });
+}
