@@ -1,0 +1,114 @@
+#include "volumes/mount_path_files.hpp"
+
+#include <array>
+#include <climits>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "core/directory.hpp"
+#include "core/file_text.hpp"
+#include "core/unique_fd.hpp"
+#include "resource/proc_parse.hpp"
+
+namespace VESK::Systemd
+{
+namespace
+{
+
+/** The device that a file lies on, 0 when it cannot be told. */
+dev_t DeviceOf(const std::string& strPath)
+{
+    struct stat status {
+    };
+    return stat(strPath.c_str(), &status) == 0 ? status.st_dev : 0;
+}
+
+} // namespace
+
+MountPathFiles::MountPathFiles(const std::string& strMntPath)
+    : m_strMntPath(strMntPath)
+    , m_device(DeviceOf(strMntPath))
+{
+}
+
+bool MountPathFiles::IsUsedBy(int nPid, std::string& strFile)
+{
+    const std::string strProcess = "/proc/" + std::to_string(nPid);
+    const UniqueFd folder(open(strProcess.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    return folder.IsOpen() && (IsLinkOnMountPath(folder.Get(), "cwd", strFile) ||
+                               IsLinkOnMountPath(folder.Get(), "exe", strFile) ||
+                               HoldsOpen(strProcess, strFile) || Maps(strProcess, strFile));
+}
+
+const MountPathFiles::File& MountPathFiles::OnMountPath(const std::string& strPath)
+{
+    const auto [it, blNew] = m_mapResolved.try_emplace(strPath);
+    std::array<char, PATH_MAX> resolved{};
+    if (blNew && realpath(strPath.c_str(), resolved.data()) != nullptr && IsOnMountPath(resolved.data())) {
+        it->second = resolved.data();
+    }
+    return it->second;
+}
+
+bool MountPathFiles::IsOnMountPath(const std::string& strResolved) const
+{
+    if (m_device != 0 && DeviceOf(strResolved) == m_device) {
+        return true;
+    }
+    if (strResolved.compare(0, m_strMntPath.size(), m_strMntPath) != 0) {
+        return false;
+    }
+    return strResolved.size() == m_strMntPath.size() || strResolved[m_strMntPath.size()] == '/';
+}
+
+bool MountPathFiles::IsLinkOnMountPath(int fdFolder, const char* szLink, std::string& strFile)
+{
+    std::array<char, PATH_MAX> target{};
+    const ssize_t cbTarget = readlinkat(fdFolder, szLink, target.data(), target.size());
+    // What is no file, as a socket, has no absolute path to resolve.
+    if (cbTarget <= 0 || target[0] != '/') {
+        return false;
+    }
+    const File& file = OnMountPath(std::string(target.data(), static_cast<size_t>(cbTarget)));
+    if (file) {
+        strFile = *file;
+    }
+    return file.has_value();
+}
+
+bool MountPathFiles::HoldsOpen(const std::string& strProcess, std::string& strFile)
+{
+    Directory descriptors(strProcess + "/fd/");
+    while (const char* szDescriptor = descriptors.Next()) {
+        if (IsLinkOnMountPath(descriptors.Descriptor(), szDescriptor, strFile)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool MountPathFiles::Maps(const std::string& strProcess, std::string& strFile)
+{
+    if (!FileRead(strProcess + "/maps", m_strBuffer)) {
+        return false;
+    }
+    Lines lines(m_strBuffer);
+    std::string_view svLast;
+    for (std::string_view svLine; lines.Next(svLine);) {
+        const std::string_view svPath = MapsPathParse(svLine);
+        // A file is mapped in several parts, which follow each other.
+        if (svPath.empty() || svPath == svLast) {
+            continue;
+        }
+        svLast = svPath;
+        if (const File& file = OnMountPath(std::string(svPath))) {
+            strFile = *file;
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace VESK::Systemd

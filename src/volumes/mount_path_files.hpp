@@ -1,0 +1,44 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <sys/types.h>
+#include <unordered_map>
+#include <vector>
+
+namespace VESK::Systemd
+{
+
+/**
+ * One scan for the files of processes that lie on a mount path. What a text resolves to is the same for the
+ * whole scan, so each is resolved once: all processes map the same libraries and many hold the same files.
+ */
+class MountPathFiles
+{
+public:
+    explicit MountPathFiles(const std::string& strMntPath);
+
+    /** Whether a process works in, runs, holds open or maps a file on the mount path; that of the first
+     * found. */
+    bool IsUsedBy(int nPid, std::string& strFile);
+
+private:
+    using File = std::optional<std::string>;
+
+    /** What a path resolves to when that lies on the mount path. */
+    const File& OnMountPath(const std::string& strPath);
+
+    bool IsOnMountPath(const std::string& strResolved) const;
+
+    bool IsLinkOnMountPath(int fdFolder, const char* szLink, std::string& strFile);
+    bool HoldsOpen(const std::string& strProcess, std::string& strFile);
+    bool Maps(const std::string& strProcess, std::string& strFile);
+
+    std::string m_strMntPath;
+    dev_t m_device;
+    std::unordered_map<std::string, File> m_mapResolved;
+    std::string m_strBuffer;
+};
+
+} // namespace VESK::Systemd
