@@ -1,0 +1,45 @@
+#include "vesksystemd.hpp"
+
+#include "core/log.hpp"
+
+namespace VESK::Systemd
+{
+namespace
+{
+
+constexpr const char* kExitLock = "/run/vesksystemd/status_monitor.exit.lock";
+constexpr const char* kScript = "/usr/vesk/lib/systemd/scripts/vesk-systemd-status-monitor.sh";
+
+void RunScript()
+{
+    Executor executor;
+    const int nCode = executor.Execute(kScript, {}).value_or(-1);
+    if (nCode != 0) {
+        VESK_LOG(LOG_ERR, "%s:%d Run vesk-systemd-status-monitor.sh failed, code: [%d], output: [%s]",
+                 VESK_HERE, nCode, executor.GetOutput().c_str());
+    }
+}
+
+} // namespace
+
+bool StatusMonitor::Start()
+{
+    try {
+        m_pExitLock = std::make_unique<FileLock>(kExitLock, false, 10);
+    } catch (const std::exception& error) {
+        VESK_LOG(LOG_ERR, "%s:%d Failed to alloc lock: [%s]", VESK_HERE, error.what());
+        return false;
+    }
+    if (!m_pExitLock->Acquire()) {
+        m_pExitLock->LogLockFailed("status monitor");
+        return false;
+    }
+    // The child must not hold the lock whose end it waits for.
+    if (!ForkAndRun(RunScript, VLIBC_FORK_CLOSE_DESCRIPTORS)) {
+        VESK_LOG(LOG_ERR, "%s:%d Failed to fork and run monitor", VESK_HERE);
+        return false;
+    }
+    return true;
+}
+
+} // namespace VESK::Systemd

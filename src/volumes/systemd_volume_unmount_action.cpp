@@ -1,0 +1,236 @@
+#include "vesksystemd.hpp"
+
+#include <cerrno>
+#include <set>
+#include <unistd.h>
+
+#include <boost/algorithm/string/join.hpp>
+
+#include "core/c_forms.hpp"
+#include "core/log.hpp"
+#include "core/text.hpp"
+
+using VESK::Systemd::CForm;
+using VESK::Systemd::FileLock;
+using VESK::Systemd::Joined;
+using VESK::Systemd::Texts;
+using VESK::Systemd::UnitTypeGet;
+
+namespace
+{
+
+constexpr const char* kBeginTarget = "unmount-volume-begin.target";
+constexpr const char* kEndTarget = "unmount-volume-end.target";
+constexpr const char* kTargetDirectory = "/run/systemd/system";
+constexpr const char* kPackageControl = "pkgctl-";
+
+using Services = std::set<std::string>;
+
+bool Acquire(FileLock& lock)
+{
+    if (lock.Acquire()) {
+        return true;
+    }
+    VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to get lock [%s]", VESK_HERE, lock.PathGet().c_str());
+    return false;
+}
+
+/** The unit that stands for this one when services are stopped and started. */
+std::string MasterUnitGet(const std::string& strUnit)
+{
+    try {
+        const std::string strMaster = VESK::Systemd::XVesklineKeyGet(strUnit, "Master");
+        return strMaster.empty() ? strUnit : strMaster;
+    } catch (const std::exception& error) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to get master unit: [%s], reason: [%s]", VESK_HERE,
+                 strUnit.c_str(), error.what());
+        return strUnit;
+    }
+}
+
+/** Whether one of the volumes is registered by the unit, or by the package that the unit controls. */
+bool IsRegistered(const std::string& strUnit, const Texts& vecVolumes)
+{
+    const std::string strPrefix = kPackageControl;
+    if (UnitTypeGet(strUnit) != "service" || strUnit.compare(0, strPrefix.size(), strPrefix) != 0) {
+        return VESKSystemdVolumeIsRegisteredByUnit(strUnit, vecVolumes);
+    }
+    const std::string strName = VESK::Systemd::UnitNameWithoutFileExtensionGet(strUnit);
+    return VESKSystemdVolumeIsRegisteredByPackage(strName.substr(strPrefix.size()), vecVolumes);
+}
+
+/** Whether the unit declares a dependency that concerns one of the volumes. */
+bool DependsOn(const std::string& strUnit, const Texts& vecVolumes)
+{
+    VESK_SYSTEMD_VOLUME_DEPENDENCY dependency = VESK_SYSTEMD_VOLUME_DEPENDENCY_NONE;
+    if (!VESKSystemdVolumeDependencyGet(strUnit, dependency)) {
+        if (VLIBCErrGet() != VESK::Systemd::ERR_NO_UNIT_FILE) {
+            VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to get VolumeDependency in [%s].", VESK_HERE,
+                     strUnit.c_str());
+        }
+        return false;
+    }
+    switch (dependency) {
+    case VESK_SYSTEMD_VOLUME_DEPENDENCY_ALL:
+        return true;
+    case VESK_SYSTEMD_VOLUME_DEPENDENCY_PARTIAL:
+        return IsRegistered(strUnit, vecVolumes);
+    case VESK_SYSTEMD_VOLUME_DEPENDENCY_NONE:
+        break;
+    }
+    return false;
+}
+
+bool IsRunning(const std::string& strUnit)
+{
+    switch (VESKSystemdActiveStatusGet(strUnit)) {
+    case VESK_SYSTEMD_ACTIVE_STATUS_ACTIVE:
+    case VESK_SYSTEMD_ACTIVE_STATUS_ACTIVATING:
+    case VESK_SYSTEMD_ACTIVE_STATUS_RELOADING:
+        return true;
+    default:
+        return false;
+    }
+}
+
+/** Adds the running units that declare a dependency on the volumes. */
+bool DependentsAdd(const Texts& vecVolumes, Services& setServices)
+{
+    Texts vecUnits;
+    if (!VESKSystemdListUnits(vecUnits, "")) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to list units.[0x%04X %s:%d]", VESK_HERE,
+                 VESK_PLATFORM_ERROR);
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to list volume dependency units.", VESK_HERE);
+        return false;
+    }
+    for (const std::string& strUnit : vecUnits) {
+        if (DependsOn(strUnit, vecVolumes) && IsRunning(strUnit)) {
+            setServices.insert(MasterUnitGet(strUnit));
+        }
+    }
+    return true;
+}
+
+/** Adds the services that use files on the volumes. */
+void UsersAdd(const Texts& vecVolumes, Services& setServices)
+{
+    for (const std::string& strVolume : vecVolumes) {
+        Texts vecUsers;
+        if (!VESKSystemdServiceListByMntPath(strVolume, vecUsers)) {
+            VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to list services by mnt path [%s].", VESK_HERE,
+                     strVolume.c_str());
+            continue;
+        }
+        for (const std::string& strUser : vecUsers) {
+            setServices.insert(MasterUnitGet(strUser));
+        }
+    }
+}
+
+std::string TargetPath(const char* szTarget)
+{
+    return std::string(kTargetDirectory) + "/" + szTarget;
+}
+
+bool TargetRemove(const char* szTarget)
+{
+    const std::string strPath = TargetPath(szTarget);
+    if (unlink(strPath.c_str()) == 0 || errno == ENOENT) {
+        return true;
+    }
+    VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to remove [%s].", VESK_HERE, strPath.c_str());
+    return false;
+}
+
+/** Writes a target that has this relation to the services, and comes after them. */
+bool TargetWrite(const char* szTarget, const char* szRelation, const Services& setServices)
+{
+    const std::string strServices = boost::algorithm::join(setServices, " ");
+    if (VESK::Systemd::AddUnitSection(
+            kTargetDirectory, szTarget, "Unit",
+            {{szRelation, strServices}, {"After", strServices}, {"DefaultDependencies", "no"}})) {
+        return true;
+    }
+    VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to add unit section in [%s].", VESK_HERE,
+             TargetPath(szTarget).c_str());
+    return false;
+}
+
+/** Makes the targets of which the first stops the services and the second starts them. */
+bool TargetsMake(const Services& setServices)
+{
+    return TargetRemove(kBeginTarget) && TargetRemove(kEndTarget) &&
+           TargetWrite(kBeginTarget, "Conflicts", setServices) &&
+           TargetWrite(kEndTarget, "Wants", setServices) && VESKSystemdDaemonReload();
+}
+
+/** Starts the services again when an action throws. */
+bool RunStopped(const std::function<bool()>& action)
+{
+    try {
+        return action();
+    } catch (...) {
+        VESKSystemdStart(kEndTarget);
+        throw;
+    }
+}
+
+/** Runs the action while the services are stopped. */
+bool StopRunStart(const std::function<bool()>& action)
+{
+    const bool blResult = VESKSystemdStartIrreversibly(kBeginTarget) && RunStopped(action);
+    const bool blStarted = VESKSystemdStart(kEndTarget);
+    return blResult && blStarted;
+}
+
+} // namespace
+
+bool _VESKSystemdVolumeUnmountAction(const Texts& vecVolumes, std::function<bool()>&& action)
+{
+    if (!VESK_ARGUMENT(!vecVolumes.empty())) {
+        return false;
+    }
+    FileLock actionLock("/run/vesksystemd/locks/volume-unmount-action.lock", true, 3600);
+    FileLock isolateLock("/run/vesksystemd/locks/isolate-and-volume-unmount-action.lock", false, 3600);
+    if (!Acquire(actionLock) || !Acquire(isolateLock)) {
+        return false;
+    }
+    VESK::Systemd::StatusMonitor monitor;
+    if (!monitor.Start()) {
+        VESK_LOG(LOG_ERR, "%s:%d Failed to monitor systemd status in volume unmount action", VESK_HERE);
+        return false;
+    }
+    Services setServices;
+    if (!DependentsAdd(vecVolumes, setServices)) {
+        return false;
+    }
+    UsersAdd(vecVolumes, setServices);
+    if (setServices.empty()) {
+        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: we will not stop any service for umounting: [%s]", VESK_HERE,
+                 Joined(vecVolumes).c_str());
+        return action();
+    }
+    if (!TargetsMake(setServices)) {
+        return false;
+    }
+    VESK_LOG(LOG_INFO,
+             "%s:%d vesksystemd: the following service will temporarily stop for volume unmounting: [%s][%s]",
+             VESK_HERE, Joined(vecVolumes).c_str(), boost::algorithm::join(setServices, ", ").c_str());
+    return StopRunStart(action);
+}
+
+int VESKCSystemdVolumeUnmountAction(const char* szVolume, bool (*action)(void*), void* pArg)
+{
+    return CForm([&] {
+        return VESK_ARGUMENT(nullptr != szVolume) && VESK_ARGUMENT(nullptr != action) &&
+               VESKSystemdVolumeUnmountAction(Texts{szVolume}, action, pArg);
+    });
+}
+
+int VESKCSystemdVolumeGroupUnmountAction(VLIBCSzList* pListVolumes, bool (*action)(void*), void* pArg)
+{
+    return CForm([&] {
+        return VESK_ARGUMENT(nullptr != pListVolumes) && VESK_ARGUMENT(nullptr != action) &&
+               VESKSystemdVolumeUnmountAction(VESK::Systemd::ListGet(pListVolumes), action, pArg);
+    });
+}
