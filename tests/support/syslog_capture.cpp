@@ -1,5 +1,6 @@
 #include "syslog_capture.hpp"
 
+#include <chrono>
 #include <cstdlib>
 #include <ostream>
 #include <sys/socket.h>
@@ -93,8 +94,9 @@ SyslogCapture::SyslogCapture()
 
 std::string SyslogCapture::SendMarker()
 {
-    const std::string marker = "<7>marker " + std::to_string(getpid()) + " " +
-                               std::to_string(reinterpret_cast<std::uintptr_t>(this)) + " " +
+    // The time sets it apart from those of earlier captures, which may have lived at the same address.
+    const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
+    const std::string marker = "<7>marker " + std::to_string(getpid()) + " " + std::to_string(now) + " " +
                                std::to_string(++m_markers);
     const VeskGround::Descriptor sender(
         VeskGround::Require(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "make", "a socket"));
