@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <iterator>
+#include <functional>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
@@ -17,7 +18,6 @@ using VESK::Systemd::GroupForm;
 using VESK::Systemd::Joined;
 using VESK::Systemd::NormalizedUnitNameGet;
 using VESK::Systemd::OneUnitForm;
-using VESK::Systemd::Split;
 using VESK::Systemd::Texts;
 using VESK::Systemd::Trimmed;
 
@@ -61,29 +61,57 @@ void TakeOutOfService(const Texts& vecUnits)
     }
 }
 
-/** Appends the paths in a line of "show": one for the unit's file, any number for its drop-ins. */
-bool PathsAppend(const std::string& strLine, Texts& vecPaths)
+struct UnitPaths {
+    Texts vecUnitFiles; // one or none
+    Texts vecDropIns;
+};
+
+/**
+ * Splits a list as systemctl prints it: separated by blanks, an item with unusual characters quoted as for a
+ * shell. False when a quote does not end.
+ */
+bool ListSplit(const std::string& strList, Texts& vecItems)
+{
+    std::string strItem;
+    bool blQuoted = false;
+    for (size_t i = 0; i < strList.size(); ++i) {
+        if (strList[i] == '"' && (blQuoted || strItem.empty())) {
+            blQuoted = !blQuoted;
+        } else if (strList[i] == '\\' && blQuoted && i + 1 < strList.size()) {
+            strItem += strList[++i];
+        } else if (strList[i] == ' ' && !blQuoted) {
+            vecItems.push_back(std::exchange(strItem, {}));
+        } else {
+            strItem += strList[i];
+        }
+    }
+    vecItems.push_back(strItem);
+    vecItems.erase(std::remove(vecItems.begin(), vecItems.end(), ""), vecItems.end());
+    return !blQuoted;
+}
+
+/** Takes the paths from a line of "show"; false for one that is about anything else. */
+bool PathsTake(const std::string& strLine, UnitPaths& paths)
 {
     const size_t nEqual = strLine.find('=');
     if (nEqual == std::string::npos) {
         return false;
     }
+    const std::string strProperty = strLine.substr(0, nEqual);
     const std::string strValue = Trimmed(strLine.substr(nEqual + 1));
-    Texts vecValues{strValue};
-    if (strLine.compare(0, nEqual, "DropInPaths") == 0 && !Split(strValue, vecValues, " ")) {
-        return false;
+    if (strProperty == "FragmentPath") {
+        paths.vecUnitFiles.assign(strValue.empty() ? 0 : 1, strValue);
+        return true;
     }
-    std::copy_if(vecValues.begin(), vecValues.end(), std::back_inserter(vecPaths),
-                 [](const std::string& strPath) { return !strPath.empty(); });
-    return true;
+    return strProperty == "DropInPaths" && ListSplit(strValue, paths.vecDropIns);
 }
 
 /** The unit's file and drop-ins, as the manager knows them. */
-bool FilesGet(const std::string& strUnit, Texts& vecPaths)
+bool PathsGet(const std::string& strUnit, UnitPaths& paths)
 {
     const auto readAnswer = [&](int nExitCode, const Texts& vecLines) {
-        const auto append = [&](const std::string& strLine) { return PathsAppend(strLine, vecPaths); };
-        return nExitCode == 0 && std::all_of(vecLines.begin(), vecLines.end(), append);
+        const auto take = [&](const std::string& strLine) { return PathsTake(strLine, paths); };
+        return nExitCode == 0 && std::all_of(vecLines.begin(), vecLines.end(), take);
     };
     return VESKSystemdSystemctl("show", {"--property=FragmentPath", "--property=DropInPaths"}, {strUnit},
                                 readAnswer);
@@ -104,33 +132,39 @@ bool IsDeletable(const std::string& strPath)
     return S_ISREG(status.st_mode) || S_ISLNK(status.st_mode);
 }
 
-bool IsGone(const std::string& strPath)
+bool AreDeletable(const Texts& vecPaths)
+{
+    return std::all_of(vecPaths.begin(), vecPaths.end(), IsDeletable);
+}
+
+/** Deletes the file or link; true when it is not there any more. */
+bool Delete(const std::string& strPath)
 {
     return unlink(strPath.c_str()) == 0 || errno == ENOENT;
 }
 
-/** Removes the folder of a drop-in once nothing is in it any more. */
-void RemoveEmptyDropInFolder(const std::string& strDropIn)
+/** Deletes the drop-in, and its folder once nothing is in it any more. */
+bool DropInDelete(const std::string& strPath)
 {
-    const std::string strFolder = strDropIn.substr(0, strDropIn.rfind('/'));
+    const bool blResult = Delete(strPath);
+    const std::string strFolder = strPath.substr(0, strPath.rfind('/'));
     if (VESK::Systemd::UnitTypeGet(strFolder) == "d") {
         rmdir(strFolder.c_str());
     }
+    return blResult;
 }
 
 /** Deletes the unit's files; none when one of them is not to be deleted. */
 bool FilesRemove(const std::string& strUnit)
 {
-    Texts vecPaths;
-    if (!FilesGet(strUnit, vecPaths) || !std::all_of(vecPaths.begin(), vecPaths.end(), IsDeletable)) {
+    UnitPaths paths;
+    if (!PathsGet(strUnit, paths) || !AreDeletable(paths.vecUnitFiles) || !AreDeletable(paths.vecDropIns)) {
         return false;
     }
-    bool blResult = true;
-    for (const std::string& strPath : vecPaths) {
-        blResult = IsGone(strPath) && blResult;
-        RemoveEmptyDropInFolder(strPath);
-    }
-    return blResult;
+    const auto nLeft =
+        std::count_if(paths.vecUnitFiles.begin(), paths.vecUnitFiles.end(), std::not_fn(Delete)) +
+        std::count_if(paths.vecDropIns.begin(), paths.vecDropIns.end(), std::not_fn(DropInDelete));
+    return nLeft == 0;
 }
 
 /** Whether a unit's name is that of an entry in a folder; a path would lead out of the folder. */
@@ -142,7 +176,7 @@ bool IsEntryName(const std::string& strName)
 void MarkRemove(const std::string& strUnit)
 {
     const std::string strName = NormalizedUnitNameGet(strUnit);
-    if (!IsEntryName(strName) || !IsGone(VESK::Systemd::kEnableStatusChangedDirectory + strName)) {
+    if (!IsEntryName(strName) || !Delete(VESK::Systemd::kEnableStatusChangedDirectory + strName)) {
         VESK_LOG(LOG_WARNING, "%s:%d vesksystemd: Failed to remove enable-status-changed flag for [%s]",
                  VESK_HERE, strUnit.c_str());
     }
