@@ -6,19 +6,25 @@
  * Units        A unit is named as systemd names it. A name that does not end in one of the eleven unit types
  *              (service, socket, device, mount, automount, swap, target, path, timer, slice, scope) is a
  *              service: "foo" is "foo.service".
- * Results      An action returns 1 for success and 0 for failure. A query returns its value, -1 for unknown
- * or failure. Arguments    A null pointer, an empty name or an empty list where one is needed is refused:
- * nothing is run or written, a line is logged at LOG_ERR, the error record is set to 0x0D00 and the result is
- * the failure value. Lists        A VLIBCSzList is allocated and freed by the caller; the library only reads
- * it or pushes to it. The list for failed units may be null, and so may the address of it; it is appended to
- * only when the action failed, never cleared. Buffers      The caller's. A value that does not fit with its
- * terminating zero sets 0x0100, fails, and leaves the buffer as it was. Errors       The calling thread's
- * error record (VLIBCErrGet) tells why a call failed where a code is named here: 0x0D00  invalid argument,
- * also a unit that must be a service but is not 0x0100  the output buffer is too small 0x0700  the unit has
- * no unit file 0x8000  systemd answered with an unknown word, or a text could not be split 0x8100  the "Job"
- * property of a unit could not be read Blocking     An action runs "/usr/bin/systemctl" as a child and
- * returns when that has ended, which for a blocking action is when the unit's job has ended; there is no
- * time-out of the library's own. Queries run systemctl too and return at once, as far as the manager answers.
+ * Results      An action returns 1 for success and 0 for failure. A query returns its value, -1 for unknown or
+ *              failure.
+ * Arguments    A null pointer, an empty name or an empty list where one is needed is refused: nothing is run or
+ *              written, a line is logged at LOG_ERR, the error record is set to 0x0D00 and the result is the
+ *              failure value.
+ * Lists        A VLIBCSzList is allocated and freed by the caller; the library only reads it or pushes to it.
+ *              The list for failed units may be null, and so may the address of it; it is appended to only when
+ *              the action failed, never cleared.
+ * Buffers      The caller's. A value that does not fit with its terminating zero sets 0x0100, fails, and leaves
+ *              the buffer as it was.
+ * Errors       The calling thread's error record (VLIBCErrGet) tells why a call failed where a code is named here:
+ *              0x0D00  invalid argument, also a unit that must be a service but is not
+ *              0x0100  the output buffer is too small
+ *              0x0700  the unit has no unit file
+ *              0x8000  systemd answered with an unknown word, or a text could not be split
+ *              0x8100  the "Job" property of a unit could not be read
+ * Blocking     An action runs "/usr/bin/systemctl" as a child and returns when that has ended, which for a
+ *              blocking action is when the unit's job has ended; there is no time-out of the library's own.
+ *              Queries run systemctl too and return at once, as far as the manager answers.
  * Threads      Every function may be called from any thread. No thread is started and no signal disposition,
  *              umask, working directory or locale is changed. For a caller that is not root every run of
  *              systemctl may change the process environment: it must not be read in other threads meanwhile.
