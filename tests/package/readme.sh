@@ -1,0 +1,22 @@
+#!/bin/sh
+# The programs that the README shows are those in examples/, and the files that it names are there.
+. "$SOURCE/tests/package/lib.sh"
+
+block() { # LANGUAGE
+    awk -v fence="\`\`\`$1" '$0 == "```" { inside = 0 } inside { print } $0 == fence { inside = 1 }' \
+        "$SOURCE/README.md"
+}
+
+block c >"$WORK/start_unit.c"
+same 'the C program in README.md is not examples/start_unit.c' "$SOURCE/examples/start_unit.c" \
+    "$WORK/start_unit.c"
+block cpp >"$WORK/control_unit.cpp"
+same 'the C++ program in README.md is not examples/control_unit.cpp' "$SOURCE/examples/control_unit.cpp" \
+    "$WORK/control_unit.cpp"
+
+grep -o '](\([^):]*\))' "$SOURCE/README.md" | sed 's/^](//; s/)$//' >"$WORK/links.txt"
+[ -s "$WORK/links.txt" ] || fail 'README.md has no links'
+while read -r file; do
+    [ -e "$SOURCE/$file" ] || fail "README.md names $file, which is not there"
+done <"$WORK/links.txt"
+finish
