@@ -56,12 +56,12 @@ void WriteTextFile(const std::string& pathAndText)
 void DieOf(int signal)
 {
     prctl(PR_SET_DUMPABLE, 0);
-    std::signal(signal, SIG_DFL);
+    static_cast<void>(std::signal(signal, SIG_DFL));
     sigset_t set;
     sigemptyset(&set);
     sigaddset(&set, signal);
     sigprocmask(SIG_UNBLOCK, &set, nullptr);
-    raise(signal);
+    static_cast<void>(raise(signal));
 }
 
 void PlayFileStep(const Field& step)
@@ -86,7 +86,7 @@ void PlayStep(const Field& step)
     } else if (step.tag == "delay") {
         Sleep(step.number);
     } else if (step.tag == "ignore") {
-        std::signal(static_cast<int>(step.number), SIG_IGN);
+        static_cast<void>(std::signal(static_cast<int>(step.number), SIG_IGN));
     } else if (step.tag == "kill") {
         DieOf(static_cast<int>(step.number));
     } else {

@@ -43,7 +43,7 @@ std::vector<Field> DescribeDescriptors()
     std::vector<Field> record;
     const std::unique_ptr<DIR, int (*)(DIR*)> folder(opendir("/proc/self/fd"), closedir);
     while (const dirent* entry = folder ? readdir(folder.get()) : nullptr) {
-        const int number = std::atoi(entry->d_name);
+        const int number = LeadingNumber(entry->d_name);
         if (entry->d_name[0] != '.' && number != dirfd(folder.get())) {
             const std::string target = ReadLink(std::string("/proc/self/fd/") + entry->d_name);
             record.push_back({"fd", static_cast<std::uint64_t>(number), target});

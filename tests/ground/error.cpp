@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <unistd.h>
 
 namespace VeskGround
 {
@@ -22,6 +23,12 @@ bool IsRefusal(int error)
 }
 
 } // namespace
+
+void PrintError(const std::string& line)
+{
+    const std::string text = line + "\n";
+    [[maybe_unused]] const ssize_t count = write(STDERR_FILENO, text.data(), text.size());
+}
 
 void ThrowErrno(const std::string& what, const std::string& path)
 {

@@ -33,6 +33,9 @@ private:
 // reason to skip.
 [[noreturn]] void ThrowRefused(const std::string& what, const std::string& path);
 
+// One line on standard error, in one piece whoever else writes there.
+void PrintError(const std::string& line);
+
 // For calls that answer -1 and set errno; gives the answer back.
 template <typename Answer>
 Answer Require(Answer answer, const std::string& what, const std::string& path)

@@ -80,6 +80,11 @@ std::string ReadFile(const std::string& path, std::size_t offset)
     return text;
 }
 
+int LeadingNumber(const std::string& text)
+{
+    return static_cast<int>(std::strtol(text.c_str(), nullptr, 10));
+}
+
 std::string ScriptFolder(const std::string& programName)
 {
     return "/run/sandbox/" + programName;

@@ -23,6 +23,9 @@ std::vector<Field> ParseFields(const std::string& text);
 // The file from that offset to its end; "" when there is none.
 std::string ReadFile(const std::string& path, std::size_t offset = 0);
 
+// The decimal number at the beginning of a text; 0 when there is none.
+int LeadingNumber(const std::string& text);
+
 // The folder through which a scripted program of that name and its test talk to each other; below it the
 // files "rules" and "state" and the folder "calls".
 std::string ScriptFolder(const std::string& programName);

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <csignal>
-#include <cstdio>
 #include <fcntl.h>
 #include <linux/capability.h>
 #include <sched.h>
@@ -123,10 +122,10 @@ int ReportErrors(const std::string& program, const std::function<int()>& body)
         return body();
     } catch (const Error& error) {
         const char* kind = error.ExitCode() == kExitUnsupported ? "skipped, no sandbox here: " : "";
-        std::fprintf(stderr, "%s: %s%s\n", program.c_str(), kind, error.what());
+        PrintError(program + ": " + kind + error.what());
         return error.ExitCode();
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "%s: %s\n", program.c_str(), error.what());
+        PrintError(program + ": " + error.what());
         return kExitSetupFailed;
     }
 }

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <poll.h>
 #include <sys/signalfd.h>
@@ -42,8 +41,9 @@ sigset_t OnlySigchld()
     // Whatever the launcher itself was started with stays outside.
     close_range(3, UINT_MAX, CLOSE_RANGE_CLOEXEC);
     execvp(arguments[0], arguments.data());
-    std::fprintf(stderr, "vesk-sandbox: run %s: %s\n", arguments[0], std::strerror(errno));
-    _exit(errno == ENOENT ? 127 : 126);
+    const int error = errno;
+    PrintError("vesk-sandbox: run " + command.front() + ": " + std::strerror(error));
+    _exit(error == ENOENT ? 127 : 126);
 }
 
 // Reaps all children that have ended; true, with its wait status, when the one looked for was among them.

@@ -18,7 +18,7 @@ namespace
 constexpr const char* kSocketPath = "/dev/log";
 constexpr const char* kFilePath = "/run/sandbox/syslog";
 constexpr int kReceiveBuffer = 64 * 1024 * 1024;
-constexpr std::size_t kLongestDatagram = 1024 * 1024;
+constexpr std::size_t kLongestDatagram = 1U << 20U;
 
 Descriptor BindSocket()
 {

@@ -1,7 +1,6 @@
 // systemctl-stand-in: a program that stands where systemctl (or any other, by the name it is called by) is
 // expected, records every call and answers it by the rules that a test wrote.
 
-#include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -77,7 +76,7 @@ int Unexpected(const std::string& program, const std::vector<std::string>& argum
     for (const std::string& argument : arguments) {
         line += " " + argument;
     }
-    std::fprintf(stderr, "%s\n", line.c_str());
+    VeskGround::PrintError(line);
     return kExitUnexpected;
 }
 
@@ -116,7 +115,7 @@ int main(int argc, char** argv)
     try {
         return Run(argc, argv);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "systemctl-stand-in: %s\n", error.what());
+        VeskGround::PrintError(std::string("systemctl-stand-in: ") + error.what());
         return kExitUnexpected;
     }
 }

@@ -48,14 +48,14 @@ int RunInside(const VeskGround::SandboxOptions& options, const std::string& fold
 // A caller that ignores SIGCHLD would leave no exit code to wait for.
 void WaitableChildren()
 {
-    std::signal(SIGCHLD, SIG_DFL);
+    static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
 }
 
 // At a terminal these are meant for the command, as with a shell's own children.
 void LeaveTerminalSignalsToTheCommand()
 {
-    std::signal(SIGINT, SIG_IGN);
-    std::signal(SIGQUIT, SIG_IGN);
+    static_cast<void>(std::signal(SIGINT, SIG_IGN));
+    static_cast<void>(std::signal(SIGQUIT, SIG_IGN));
 }
 
 } // namespace

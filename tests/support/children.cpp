@@ -2,7 +2,6 @@
 
 #include <cctype>
 #include <csignal>
-#include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <ostream>
@@ -27,7 +26,7 @@ void AddIfChild(pid_t pid, Children& children)
 {
     const std::string stat = VeskGround::ReadFile("/proc/" + std::to_string(pid) + "/stat");
     const std::size_t nameEnd = stat.rfind(") ");
-    if (nameEnd == std::string::npos || std::atoi(stat.c_str() + nameEnd + 4) != getpid()) {
+    if (nameEnd == std::string::npos || VeskGround::LeadingNumber(stat.substr(nameEnd + 4)) != getpid()) {
         return;
     }
     (stat[nameEnd + 2] == 'Z' ? children.zombies : children.running).push_back(pid);
@@ -55,7 +54,7 @@ Children ListChildren()
     for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
         const std::string name = entry.path().filename();
         if (std::isdigit(static_cast<unsigned char>(name[0])) != 0) {
-            AddIfChild(std::atoi(name.c_str()), children);
+            AddIfChild(VeskGround::LeadingNumber(name), children);
         }
     }
     return children;

@@ -195,6 +195,7 @@ std::vector<Call> ScriptedProgram::Calls() const
         paths.insert(entry.path());
     }
     std::vector<Call> calls;
+    calls.reserve(paths.size());
     for (const fs::path& path : paths) {
         calls.push_back(ParseCall(VeskGround::ReadFile(path)));
     }
@@ -203,8 +204,10 @@ std::vector<Call> ScriptedProgram::Calls() const
 
 std::vector<std::string> ScriptedProgram::Arguments() const
 {
+    const std::vector<Call> calls = Calls();
     std::vector<std::string> lines;
-    for (const Call& call : Calls()) {
+    lines.reserve(calls.size());
+    for (const Call& call : calls) {
         lines.push_back(Join(call.arguments));
     }
     return lines;

@@ -51,7 +51,7 @@ void SplitOrigin(SyslogLine& line)
         return;
     }
     line.file = line.message.substr(0, colon);
-    line.line = std::atoi(number.c_str());
+    line.line = VeskGround::LeadingNumber(number);
     line.message.erase(0, blank + 1);
 }
 
@@ -71,7 +71,7 @@ SyslogLine ParseSyslogDatagram(const std::string& datagram)
     if (datagram.empty() || datagram[0] != '<' || priorityEnd == std::string::npos) {
         return line;
     }
-    line.level = LOG_PRI(std::atoi(datagram.c_str() + 1));
+    line.level = LOG_PRI(VeskGround::LeadingNumber(datagram.substr(1)));
     const std::size_t tagEnd = datagram.find(": ", priorityEnd + 1 + kTimeLength);
     line.message.erase(0, tagEnd == std::string::npos ? priorityEnd + 1 : tagEnd + 2);
     SplitOrigin(line);
@@ -96,8 +96,8 @@ std::string SyslogCapture::SendMarker()
 {
     // The time sets it apart from those of earlier captures, which may have lived at the same address.
     const auto now = std::chrono::steady_clock::now().time_since_epoch().count();
-    const std::string marker = "<7>marker " + std::to_string(getpid()) + " " + std::to_string(now) + " " +
-                               std::to_string(++m_markers);
+    std::string marker = "<7>marker " + std::to_string(getpid()) + " " + std::to_string(now) + " " +
+                         std::to_string(++m_markers);
     const VeskGround::Descriptor sender(
         VeskGround::Require(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0), "make", "a socket"));
     sockaddr_un address{AF_UNIX, "/dev/log"};

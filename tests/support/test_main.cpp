@@ -1,7 +1,7 @@
-#include <cstdio>
 #include <gmock/gmock.h>
 #include <string>
 
+#include "error.hpp"
 #include "marker.hpp"
 
 namespace
@@ -21,9 +21,8 @@ int main(int argc, char** argv)
 {
     ::testing::InitGoogleMock(&argc, argv);
     if (!MayRunHere()) {
-        std::fprintf(stderr,
-                     "These tests run only in the %s test ground: use ctest, or see docs/testing.md.\n",
-                     kTier.c_str());
+        VeskGround::PrintError("These tests run only in the " + kTier +
+                               " test ground: use ctest, or see docs/testing.md.");
         return 2;
     }
     return RUN_ALL_TESTS();

@@ -22,7 +22,7 @@ std::string UnitFilePath(UnitFolder folder, const std::string& name)
 
 std::string WriteUnitFile(UnitFolder folder, const std::string& name, const std::string& text)
 {
-    const std::string path = UnitFilePath(folder, name);
+    std::string path = UnitFilePath(folder, name);
     WriteText(path, text);
     return path;
 }
