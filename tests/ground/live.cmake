@@ -29,6 +29,12 @@ vesk_test(live_ground_parts_tests TIER pure
     SOURCES live_options_test.cpp systemctl_adapter_test.cpp
     LIBRARIES vesk_live_ground)
 vesk_test(live_ground_tests TIER live SOURCES live_test.cpp)
+vesk_test(live_example_tests TIER live SOURCES live_example_test.cpp LIBRARIES vesksystemd)
+
+add_test(NAME docs.testing.ShowsTheLiveExampleAsItIs
+    COMMAND ${CMAKE_COMMAND} -D DOCUMENT=${CMAKE_SOURCE_DIR}/docs/testing.md
+        -D QUOTED=${CMAKE_CURRENT_SOURCE_DIR}/live_example_test.cpp -P ${CMAKE_CURRENT_SOURCE_DIR}/check_quote.cmake)
+set_tests_properties(docs.testing.ShowsTheLiveExampleAsItIs PROPERTIES LABELS pure)
 
 # It compares the machine before and after, so no other ground may be made meanwhile.
 add_test(NAME live_host_test COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/live_host_test.sh $<TARGET_FILE:vesk-live>)

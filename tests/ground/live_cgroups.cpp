@@ -37,6 +37,11 @@ bool IsUnifiedRoot(const std::string& line, std::string& mountPoint)
     return root == "/" && line.find(" - cgroup2 ") != std::string::npos;
 }
 
+std::string FolderOf(const std::string& base, const std::string& hierarchy, const std::string& name)
+{
+    return std::string(base).append("/").append(hierarchy).append("/").append(name);
+}
+
 std::string UnifiedMountPoint()
 {
     std::ifstream mounts("/proc/self/mountinfo");
@@ -138,7 +143,7 @@ CgroupFolders CreateCgroups(const std::string& base, const std::string& name)
 {
     CgroupFolders folders;
     for (std::size_t i = 0; i < kHierarchies.size(); ++i) {
-        const std::string path = base + "/" + kHierarchies.at(i) + "/" + name;
+        const std::string path = FolderOf(base, kHierarchies.at(i), name);
         Require(mkdir(path.c_str(), 0755), "create", path);
         folders.at(i) = OpenPath(path);
     }
@@ -157,7 +162,7 @@ void EnterCgroups(const CgroupFolders& folders)
 void RemoveCgroups(const std::string& base, const std::string& name)
 {
     for (const char* hierarchy : kHierarchies) {
-        const std::string path = base + "/" + hierarchy + "/" + name;
+        const std::string path = FolderOf(base, hierarchy, name);
         if (!TryFor(std::chrono::seconds(10), [&] { return RemoveTree(path); })) {
             ThrowErrno("remove", path);
         }

@@ -136,9 +136,9 @@ void LeaveTheOwnersSurroundings(const Descriptor& channel)
 {
     setsid();
     for (const int ignored : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
-        std::signal(ignored, SIG_IGN);
+        static_cast<void>(std::signal(ignored, SIG_IGN));
     }
-    std::signal(SIGCHLD, SIG_DFL);
+    static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
     umask(022);
     Require(chdir("/"), "enter", "/");
     SilenceStandardDescriptors();

@@ -1,9 +1,10 @@
 // vesk-live: boots a private systemd, runs a command in it, takes it down. See live_options.cpp for its
 // usage.
 
-#include <cstdio>
+#include <csignal>
 #include <exception>
 #include <filesystem>
+#include <iostream>
 #include <random>
 #include <string>
 #include <unistd.h>
@@ -54,7 +55,7 @@ int Live(const std::vector<std::string>& arguments)
 {
     const LiveOptions options = ParseLiveOptions(arguments);
     if (options.help) {
-        std::fputs(kLiveUsage, stdout);
+        std::cout << kLiveUsage;
         return 0;
     }
     CheckMachine();
@@ -66,7 +67,7 @@ int Live(const std::vector<std::string>& arguments)
 
 int Complain(const char* text, int exitCode)
 {
-    std::fprintf(stderr, "vesk-live: %s%s\n", exitCode == kExitUnsupported ? "skipped: " : "", text);
+    std::cerr << "vesk-live: " << (exitCode == kExitUnsupported ? "skipped: " : "") << text << "\n";
     return exitCode;
 }
 
@@ -74,10 +75,12 @@ int Complain(const char* text, int exitCode)
 
 int main(int argc, char** argv)
 {
+    // A caller that ignores SIGCHLD would leave no exit code to wait for.
+    static_cast<void>(std::signal(SIGCHLD, SIG_DFL));
     try {
         return Live(std::vector<std::string>(argv + 1, argv + argc));
     } catch (const UsageError& error) {
-        std::fputs(kLiveUsage, stderr);
+        std::cerr << kLiveUsage;
         return Complain(error.what(), kExitUsage);
     } catch (const Error& error) {
         return Complain(error.what(), error.ExitCode());

@@ -64,8 +64,8 @@ public:
     }
     ~KeyboardSignalsIgnored()
     {
-        std::signal(SIGINT, m_interrupt);
-        std::signal(SIGQUIT, m_quit);
+        static_cast<void>(std::signal(SIGINT, m_interrupt));
+        static_cast<void>(std::signal(SIGQUIT, m_quit));
     }
     KeyboardSignalsIgnored(const KeyboardSignalsIgnored&) = delete;
     KeyboardSignalsIgnored& operator=(const KeyboardSignalsIgnored&) = delete;
@@ -81,6 +81,7 @@ void Execute(const std::vector<std::string>& command)
 {
     std::vector<std::string> words = command;
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string& word : words) {
         arguments.push_back(word.data());
     }

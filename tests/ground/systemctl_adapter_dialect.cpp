@@ -68,7 +68,7 @@ std::string DialectStream::Feed(const std::string& bytes)
 
 std::string DialectStream::Finish()
 {
-    const std::string last = ToPlatformDialect(m_listing, m_begun);
+    std::string last = ToPlatformDialect(m_listing, m_begun);
     m_begun.clear();
     return last;
 }

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <iostream>
 #include <poll.h>
 #include <string>
 #include <sys/prctl.h>
@@ -131,7 +132,7 @@ private:
 int EndAs(Listing listing, int status)
 {
     if (WIFSIGNALED(status)) {
-        std::signal(WTERMSIG(status), SIG_DFL);
+        static_cast<void>(std::signal(WTERMSIG(status), SIG_DFL));
         kill(getpid(), WTERMSIG(status));
         return 128 + WTERMSIG(status);
     }
@@ -149,7 +150,7 @@ int main(int argc, char** argv)
         }
         return EndAs(listing, Relay(listing, argv).Run());
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "systemctl adapter: %s\n", error.what());
+        std::cerr << "systemctl adapter: " << error.what() << "\n";
         return kExitNotExecutable;
     }
 }

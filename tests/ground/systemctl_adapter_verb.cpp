@@ -134,6 +134,7 @@ Listing ListingOf(const std::vector<std::string>& command)
     }
     std::vector<std::string> texts = command;
     std::vector<char*> words;
+    words.reserve(texts.size() + 1);
     for (std::string& text : texts) {
         words.push_back(text.data());
     }

@@ -35,7 +35,7 @@ void SetField(JournalEntry& entry, const std::string& name, const std::string& v
     } else if (name == "SYSLOG_IDENTIFIER") {
         entry.identifier = value;
     } else if (name == "PRIORITY") {
-        entry.level = std::atoi(value.c_str());
+        entry.level = static_cast<int>(std::strtol(value.c_str(), nullptr, 10));
     } else if (name == "MESSAGE") {
         entry.message = value;
     } else if (name == "SYSLOG_RAW") {

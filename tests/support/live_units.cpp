@@ -209,9 +209,10 @@ void StopUserManager(const OrdinaryUser& user)
 void AddUserUnit(const OrdinaryUser& user, const std::string& name, const UnitText& text)
 {
     const std::string home = std::string("/home/") + user.name;
-    WriteText(home + "/.config/systemd/user/" + name, text.Text());
-    for (const std::string& path : {home + "/.config", home + "/.config/systemd",
-                                    home + "/.config/systemd/user", home + "/.config/systemd/user/" + name}) {
+    const std::string file = home + "/.config/systemd/user/" + name;
+    WriteText(file, text.Text());
+    for (const std::string& path :
+         {home + "/.config", home + "/.config/systemd", home + "/.config/systemd/user", file}) {
         VeskGround::Require(chown(path.c_str(), user.id, user.id), "give away", path);
     }
 }
