@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <random>
 #include <sstream>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -24,6 +25,8 @@ namespace
 {
 
 namespace fs = std::filesystem;
+
+const std::string kPrefix = "vesk-live-";
 
 // A line of mountinfo: its fields, an optional part, " - ", the type.
 bool IsUnifiedRoot(const std::string& line, std::string& mountPoint)
@@ -97,6 +100,35 @@ bool RemoveTree(const fs::path& folder)
     return rmdir(folder.c_str()) == 0 || errno == ENOENT;
 }
 
+bool HasProcess(const fs::path& folder)
+{
+    std::ifstream members(folder / "cgroup.procs");
+    const std::vector<fs::path> children = FoldersOf(folder);
+    return members.peek() != std::ifstream::traits_type::eof() ||
+           std::any_of(children.begin(), children.end(), HasProcess);
+}
+
+bool IsAbandoned(const fs::path& folder)
+{
+    const std::string name = folder.filename();
+    if (name.rfind(kPrefix, 0) != 0) {
+        return false;
+    }
+    const std::size_t begin = kPrefix.size();
+    const std::string owner = name.substr(begin, name.find('-', begin) - begin);
+    return access(("/proc/" + owner).c_str(), F_OK) != 0 && !HasProcess(folder);
+}
+
+// What a system has left whose owner, keeper and watcher were killed all at once.
+void RemoveAbandoned(const std::string& hierarchy)
+{
+    for (const fs::path& folder : FoldersOf(hierarchy)) {
+        if (IsAbandoned(folder)) {
+            RemoveTree(folder);
+        }
+    }
+}
+
 bool HierarchyExists(const std::string& name)
 {
     std::ifstream groups("/proc/self/cgroup");
@@ -139,6 +171,12 @@ void MountHierarchies(const std::string& base)
     Bind(UnifiedMountPoint(), base + "/unified");
 }
 
+std::string NameForCgroups()
+{
+    std::random_device random;
+    return kPrefix + std::to_string(getpid()) + "-" + std::to_string(random());
+}
+
 CgroupFolders CreateCgroups(const std::string& base, const std::string& name)
 {
     CgroupFolders folders;
@@ -166,6 +204,7 @@ void RemoveCgroups(const std::string& base, const std::string& name)
         if (!TryFor(std::chrono::seconds(10), [&] { return RemoveTree(path); })) {
             ThrowErrno("remove", path);
         }
+        RemoveAbandoned(base + "/" + hierarchy);
     }
     ForgetHierarchy(base, "veskmonitor");
 }

@@ -17,6 +17,10 @@ constexpr std::array<const char*, 3> kHierarchies = {"systemd", "veskmonitor", "
 // Mounts them as folders of BASE. For the first cgroup namespace only: no other may make a named hierarchy.
 void MountHierarchies(const std::string& base);
 
+// A name for the folders of the calling process's system. Folders of this form whose process is gone are
+// abandoned.
+std::string NameForCgroups();
+
 using CgroupFolders = std::array<Descriptor, kHierarchies.size()>;
 
 CgroupFolders CreateCgroups(const std::string& base, const std::string& name);
@@ -24,8 +28,8 @@ CgroupFolders CreateCgroups(const std::string& base, const std::string& name);
 // Moves the calling process.
 void EnterCgroups(const CgroupFolders& folders);
 
-// Removes the folders with all below them, waiting for dying processes to leave, then lets go of the
-// hierarchies. Throws what could not be removed in time.
+// Removes the folders with all below them, waiting for dying processes to leave, and abandoned ones, then
+// lets go of the hierarchies. Throws what could not be removed in time.
 void RemoveCgroups(const std::string& base, const std::string& name);
 
 } // namespace VeskGround

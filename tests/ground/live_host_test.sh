@@ -104,6 +104,14 @@ for names in vesk-live-keep vesk-live-watch "vesk-live-keep vesk-live-watch" "ve
         await_nothing_of "$owner" "the death of $names after $seconds s"
     done
 done
+start sh -c "$mess sleep 1000"
+sleep 1
+# shellcheck disable=SC2046 # one word per process
+kill -KILL $(guards_of "$owner" "vesk-live-keep vesk-live-watch vesk-live")
+wait "$owner" 2>/dev/null
+sleep 2 # until the machine's init has reaped what was theirs
+"$live" -- true || fail "no system could be booted after a death of all three"
+await_nothing_of "$owner" "the death of all three, and another system,"
 compare "the death of keepers and watchers"
 
 start sh -c "$mess systemctl poweroff; sleep 1000"

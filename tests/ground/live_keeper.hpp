@@ -1,6 +1,6 @@
-// The keeper of a private system: a process outside of it, in a session of its own, that outlives its owner, takes the
-// system down when the owner is gone for whatever reason, and removes the folders in the machine's hierarchies. Owner,
-// keeper and a watcher over the keeper each clean up when the others are killed.
+// The keeper of a private system: a process outside of it, in a session of its own, that outlives its owner,
+// takes the system down when the owner is gone for whatever reason, and removes the folders in the machine's
+// hierarchies. Owner, keeper and a watcher over the keeper each clean up when the others are killed.
 #pragma once
 
 #include <string>

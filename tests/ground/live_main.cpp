@@ -5,12 +5,12 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
-#include <random>
 #include <string>
 #include <unistd.h>
 #include <vector>
 
 #include "error.hpp"
+#include "live_cgroups.hpp"
 #include "live_options.hpp"
 #include "live_system.hpp"
 
@@ -20,12 +20,6 @@ namespace
 using namespace VeskGround;
 
 constexpr int kExitUsage = 2;
-
-std::string FreshName()
-{
-    std::random_device random;
-    return "vesk-live-" + std::to_string(getpid()) + "-" + std::to_string(random());
-}
 
 void CheckMachine()
 {
@@ -44,7 +38,7 @@ LivePlan PlanOf(const LiveOptions& options)
 {
     const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
     LivePlan plan;
-    plan.cgroupName = FreshName();
+    plan.cgroupName = NameForCgroups();
     plan.folders = options.folders;
     plan.sources.adapter = self.parent_path() / "vesk-systemctl-adapter";
     plan.sources.platform = options.platform;
