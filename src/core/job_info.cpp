@@ -19,20 +19,12 @@ WordMap<Value> WordMapOf(std::initializer_list<typename WordMap<Value>::value_ty
     return WordMap<Value>(rows.begin(), rows.end());
 }
 
-const WordMap<JobType>& Types()
-{
-    // "unknow" is this library's own word for what systemd has no word for.
-    static const auto map = WordMapOf<JobType>(
-        {{JobType::Unknown, "unknow"}, {JobType::Start, "start"}, {JobType::Stop, "stop"}});
-    return map;
-}
-
-const WordMap<JobState>& States()
-{
-    static const auto map = WordMapOf<JobState>(
-        {{JobState::Unknown, "unknow"}, {JobState::Running, "running"}, {JobState::Waiting, "waiting"}});
-    return map;
-}
+// Made when the library is loaded, so that a caller's static objects may use them up to their end. "unknow"
+// is this library's own word for what systemd has no word for.
+const auto kTypes =
+    WordMapOf<JobType>({{JobType::Unknown, "unknow"}, {JobType::Start, "start"}, {JobType::Stop, "stop"}});
+const auto kStates = WordMapOf<JobState>(
+    {{JobState::Unknown, "unknow"}, {JobState::Running, "running"}, {JobState::Waiting, "waiting"}});
 
 template <typename View, typename Key, typename Value>
 bool Lookup(const View& view, const Key& key, Value& value)
@@ -49,22 +41,22 @@ bool Lookup(const View& view, const Key& key, Value& value)
 
 bool JobStringMap::TypeToString(JobType type, std::string& strWord)
 {
-    return Lookup(Types().left, type, strWord);
+    return Lookup(kTypes.left, type, strWord);
 }
 
 bool JobStringMap::StringToType(const std::string& strWord, JobType& type)
 {
-    return Lookup(Types().right, strWord, type);
+    return Lookup(kTypes.right, strWord, type);
 }
 
 bool JobStringMap::StateToString(JobState state, std::string& strWord)
 {
-    return Lookup(States().left, state, strWord);
+    return Lookup(kStates.left, state, strWord);
 }
 
 bool JobStringMap::StringToState(const std::string& strWord, JobState& state)
 {
-    return Lookup(States().right, strWord, state);
+    return Lookup(kStates.right, strWord, state);
 }
 
 std::string JobInfo::ToString() const
