@@ -52,7 +52,7 @@ public:
     /** The path and the arguments of the last Execute, joined with single spaces. */
     std::string GetCommandLine() const;
 
-    /** What the last program printed, unchanged. */
+    /** What the last program that could be started printed, unchanged. */
     const std::string& GetOutput() const;
 
 private:
@@ -88,7 +88,8 @@ public:
      */
     FileLock(const std::string& strPath, bool blMode, int nTimeout);
     FileLock(const FileLock&) = default;
-    FileLock& operator=(const FileLock&) = delete;
+    /** Closes the descriptor held before. */
+    FileLock& operator=(const FileLock& other);
 
     /** Closes the descriptor, which drops a lock that no other process shares. */
     ~FileLock();

@@ -28,7 +28,6 @@ boost::optional<int> Executor::Execute(const std::string& strPath,
     }
     m_strPath = strPath;
     m_vecArguments = vecArguments;
-    m_strOutput.clear();
 
     ChildStream child(m_strPath, "r", CommandOf(m_strPath, m_vecArguments));
     if (child.Get() == nullptr) {

@@ -40,6 +40,18 @@ FileLock::FileLock(const std::string& strPath, bool blMode, int nTimeout)
 {
 }
 
+FileLock& FileLock::operator=(const FileLock& other)
+{
+    if (m_fd != other.m_fd) {
+        CloseFd();
+    }
+    m_strPath = other.m_strPath;
+    m_blMode = other.m_blMode;
+    m_nTimeout = other.m_nTimeout;
+    m_fd = other.m_fd;
+    return *this;
+}
+
 FileLock::~FileLock()
 {
     CloseFd();
