@@ -228,9 +228,17 @@ int RunMeasured(const std::vector<std::string>& vecCommand, std::vector<std::str
     return nExitCode;
 }
 
+/** A program's argument ends at its first zero byte; so does what is logged of it. */
+std::string AsArgument(const std::string& strText)
+{
+    return strText.substr(0, strText.find('\0'));
+}
+
 void Append(std::vector<std::string>& vecTo, const std::vector<std::string>& vecFrom)
 {
-    vecTo.insert(vecTo.end(), vecFrom.begin(), vecFrom.end());
+    for (const std::string& strText : vecFrom) {
+        vecTo.push_back(AsArgument(strText));
+    }
 }
 
 } // namespace
@@ -238,7 +246,7 @@ void Append(std::vector<std::string>& vecTo, const std::vector<std::string>& vec
 bool VESKSystemdSystemctlUltron(const std::string& strVerb, const SystemctlOpts& opts,
                                 const std::vector<std::string>& vecUnits, Callback&& callback)
 {
-    std::vector<std::string> vecCommand{kSystemctl, strVerb};
+    std::vector<std::string> vecCommand{kSystemctl, AsArgument(strVerb)};
     if (!opts.blForceSystem && getuid() != 0) {
         vecCommand.emplace_back("--user");
         VESKSystemdPutEnvByPAMSystemd();
