@@ -33,6 +33,11 @@ constexpr std::array<const char*, 4> kUnitDirectories{
 
 constexpr const char* kXVeskline = "X-Veskline";
 
+/** Made when the library is loaded, so that a caller's static objects may use it up to their end. */
+const std::set<std::string> kUnitTypes{
+    "service", "socket", "device", "mount", "automount", "swap", "target", "path", "timer", "slice", "scope",
+};
+
 /** What systemctl says of a unit that failed; group 1 is the unit. */
 constexpr std::array<const char*, 4> kFailurePatterns{
     "Failed to [^:]+ ([^: ]+)",
@@ -238,11 +243,7 @@ bool ReasonUnlink(const std::string& strReason, const std::string& strService)
 
 const std::set<std::string>& UnitTypes()
 {
-    static const std::set<std::string> setUnitTypes{
-        "service", "socket", "device", "mount", "automount", "swap",
-        "target",  "path",   "timer",  "slice", "scope",
-    };
-    return setUnitTypes;
+    return kUnitTypes;
 }
 
 std::string NormalizedUnitNameGet(const std::string& strName)
@@ -330,7 +331,10 @@ void FailedUnitsGet(const std::vector<std::string>& vecUnits, const std::vector<
 
 void FailedUnitsCopy(const std::vector<std::string>& vecUnits, std::vector<std::string>& vecFailed)
 {
-    vecFailed.insert(vecFailed.end(), vecUnits.begin(), vecUnits.end());
+    // By index and with the size at the start: both may be one list.
+    for (size_t i = 0, cUnits = vecUnits.size(); i < cUnits; ++i) {
+        vecFailed.push_back(vecUnits[i]);
+    }
 }
 
 bool JobInfoParse(const std::string& strLine, JobInfo& info)
