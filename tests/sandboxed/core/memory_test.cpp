@@ -1,0 +1,160 @@
+#include <cstdlib>
+#include <gmock/gmock.h>
+#include <new>
+
+#include "boot_step.hpp"
+#include "holdings.hpp"
+#include "queued_jobs.hpp"
+#include "runner_call.hpp"
+#include "syslog_capture.hpp"
+
+namespace
+{
+
+// How many allocations of this thread still succeed; negative for all.
+thread_local long allocationsLeft = -1;
+
+void* Allocate(std::size_t size)
+{
+    if (allocationsLeft == 0) {
+        throw std::bad_alloc();
+    }
+    allocationsLeft -= allocationsLeft > 0 ? 1 : 0;
+    void* memory = std::malloc(size == 0 ? 1 : size);
+    return memory == nullptr ? throw std::bad_alloc() : memory;
+}
+
+} // namespace
+
+void* operator new(std::size_t size)
+{
+    return Allocate(size);
+}
+
+void* operator new[](std::size_t size)
+{
+    return Allocate(size);
+}
+
+void operator delete(void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete[](void* memory) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete(void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
+void operator delete[](void* memory, std::size_t) noexcept
+{
+    std::free(memory);
+}
+
+namespace VeskTest
+{
+namespace
+{
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+// Memory is used up after that many allocations, to the end of the scope.
+class MemoryFor
+{
+public:
+    explicit MemoryFor(long allocations) { allocationsLeft = allocations; }
+    ~MemoryFor() { allocationsLeft = -1; }
+    MemoryFor(const MemoryFor&) = delete;
+    MemoryFor& operator=(const MemoryFor&) = delete;
+};
+
+TEST(SplitWithoutMemory, FailsWithItsCodeAndLeavesTheListAsItWas)
+{
+    const std::string text = "a text that is longer than a string holds in itself, b, c";
+    Words words{"earlier"};
+    int failures = 0;
+    for (bool done = false; !done; failures += done ? 0 : 1) {
+        VLIBCErrSetEx(0, "", 0);
+        {
+            const MemoryFor memory(failures);
+            done = VESK::Systemd::Split(text, words, ",");
+        }
+        if (!done) {
+            EXPECT_EQ(VLIBCErrGet(), 0x8000);
+            EXPECT_STREQ(VLIBCErrorGetFile(), "systemd_internal_lib.cpp");
+            EXPECT_GT(VLIBCErrorGetLine(), 0);
+            EXPECT_THAT(words, ElementsAre("earlier"));
+        }
+    }
+    EXPECT_GT(failures, 2) << "copying the text, then each of the pieces";
+    EXPECT_THAT(words, ElementsAre("a text that is longer than a string holds in itself", " b", " c"));
+}
+
+// Calls BODY with ever more memory until it has enough; how often it had not.
+template <typename Body>
+int FailuresUntilEnough(const Body& body)
+{
+    const Holdings before = Holdings::Now();
+    for (int failures = 0;; ++failures) {
+        bool failed = false;
+        try {
+            const MemoryFor memory(failures);
+            body();
+        } catch (const std::bad_alloc&) {
+            failed = true;
+        }
+        EXPECT_EQ(Holdings::Now(), before) << failures;
+        if (!failed) {
+            return failures;
+        }
+    }
+}
+
+TEST(RunnerWithoutMemory, PassesTheFailureOnAndLeavesNothingBehind)
+{
+    ScriptedSystemctl systemctl;
+    systemctl.OnAny().Stdout("a line that is longer than a string holds in itself\n", 40).Exit(3);
+    ClearBootStep();
+    const Words options{"--an-option-that-is-longer-than-a-string-holds-in-itself"};
+    const Words units{"a-unit-that-is-longer-than-a-string-holds-in-itself"};
+    int exitCode = -1;
+    bool startFailed = false;
+    const int failures = FailuresUntilEnough([&] {
+        try {
+            startFailed = false;
+            VESKSystemdSystemctl("show", options, units, [&](int code, const Words&) {
+                exitCode = code;
+                return true;
+            });
+        } catch (const std::bad_alloc&) {
+            throw;
+        } catch (const std::exception&) {
+            startFailed = true;
+            throw std::bad_alloc();
+        }
+    });
+    EXPECT_GT(failures, 50) << "there are forty lines alone";
+    EXPECT_EQ(exitCode, 3);
+    EXPECT_FALSE(startFailed);
+}
+
+TEST(LockWithoutMemory, IsNotHeldAfterwards)
+{
+    SyslogCapture log;
+    const int failures = FailuresUntilEnough([] {
+        VESK::Systemd::FileLock lock("/run/vesksystemd/locks/a-name-that-is-long-enough.lock", true, 0);
+        EXPECT_TRUE(lock.Acquire());
+        lock.Release();
+    });
+    EXPECT_GT(failures, 0);
+    EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+} // namespace
+} // namespace VeskTest
