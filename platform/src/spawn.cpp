@@ -16,6 +16,13 @@
 #    define CLONE_PIDFD 0x00001000
 #endif
 
+#ifdef __SANITIZE_THREAD__
+// The C library's clone() by its other name. The sanitizer takes clone() for a fork and sets its own state,
+// which parent and child share here, to that of a forked child.
+extern "C" int __clone(int (*function)(void*), void* stack, int flags, void* argument, ...);
+#    define clone __clone
+#endif
+
 namespace VESK::Platform
 {
 namespace

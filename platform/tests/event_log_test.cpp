@@ -1,0 +1,122 @@
+#include <cstdlib>
+#include <gmock/gmock.h>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+#include <veskcore.h>
+
+#include "files.hpp"
+#include "run_program.hpp"
+#include "syslog_capture.hpp"
+
+namespace VeskTest
+{
+namespace
+{
+
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+using ::testing::SizeIs;
+
+constexpr const char* kProgram = "/usr/vesk/bin/vesklogset";
+constexpr const char* kLog = "/var/log/vesk/event.log";
+const std::string kTime =
+    "20[0-9][0-9]-[0-9][0-9]-[0-9][0-9]T[0-9][0-9]:[0-9][0-9]:[0-9][0-9][+-][0-9][0-9]:[0-9][0-9]";
+
+std::string Entry(const std::string& module, const std::string& code, const std::string& names)
+{
+    const std::size_t before = Exists(kLog) ? ReadText(kLog).size() : 0;
+    EXPECT_EQ(RunProgram({kProgram, module, code, names}).status, ExitStatus(0));
+    return ReadText(kLog).substr(before);
+}
+
+/** The entry without its time. */
+std::string Words(const std::string& module, const std::string& code, const std::string& names)
+{
+    const std::string entry = Entry(module, code, names);
+    EXPECT_THAT(entry, MatchesRegex(kTime + " .*\n"));
+    return entry.substr(entry.find(' ') + 1);
+}
+
+TEST(EventLog, GetsTimeModuleCodeMeaningAndNames)
+{
+    EXPECT_EQ(Words("vesksystemd", "0001", "File station, Photos"),
+              "vesksystemd 0001 started: File station, Photos\n");
+    EXPECT_EQ(Words("vesksystemd", "0011", "A"), "vesksystemd 0011 failed to start: A\n");
+    EXPECT_EQ(Words("vesksystemd", "0002", "A"), "vesksystemd 0002 stopped: A\n");
+    EXPECT_EQ(Words("vesksystemd", "0012", "A"), "vesksystemd 0012 failed to stop: A\n");
+}
+
+TEST(EventLog, ShowsAnUnknownCodeAsSuch)
+{
+    EXPECT_EQ(Words("other", "0003", "A"), "other 0003 unknown code: A\n");
+}
+
+TEST(EventLog, GetsTheLocalTimeWithItsOffset)
+{
+    setenv("TZ", "XXX-05:30", 1);
+    EXPECT_THAT(Entry("m", "0001", "A"), HasSubstr("+05:30 m"));
+    setenv("TZ", "XXX03", 1);
+    EXPECT_THAT(Entry("m", "0001", "A"), HasSubstr("-03:00 m"));
+}
+
+TEST(EventLog, GetsOneLineWhateverANameContains)
+{
+    EXPECT_EQ(Words("m\n", "00\t01", "a\nb\rc\x7f\x1b[31m\\n \xC3\xA4"),
+              "m\\x0a 00\\x0901 unknown code: a\\x0ab\\x0dc\\x7f\\x1b[31m\\x5cn \xC3\xA4\n");
+}
+
+TEST(EventLog, GoesToSyslogToo)
+{
+    SyslogCapture syslog;
+    Entry("vesksystemd", "0012", "A, B");
+    const auto lines = syslog.Take();
+    ASSERT_THAT(lines, SizeIs(1));
+    EXPECT_EQ(lines[0].level, 6);
+    EXPECT_EQ(lines[0].message, "vesksystemd 0012 failed to stop: A, B");
+}
+
+TEST(EventLog, TellsHowItIsCalled)
+{
+    for (const std::string arguments :
+         {"", "m", "m 0001", "m 0001 a b", "'' 0001 a", "m '' a", "m 0001 ''"}) {
+        const Result result = RunScript(std::string("exec ") + kProgram + " " + arguments, "rB");
+        EXPECT_EQ(result.status, ExitStatus(2)) << arguments;
+        EXPECT_EQ(result.output, "usage: vesklogset MODULE CODE NAMES\n");
+    }
+    EXPECT_FALSE(Exists(kLog));
+}
+
+TEST(EventLog, FailsWhenItCannotBeWritten)
+{
+    WriteText("/var/log/vesk", "");
+    const Result result = RunProgram({kProgram, "m", "0001", "a"}, "rB");
+    EXPECT_EQ(result.status, ExitStatus(1));
+    EXPECT_EQ(result.output, "vesklogset: cannot write /var/log/vesk/event.log: Not a directory\n");
+}
+
+TEST(EventLog, KeepsEntriesOfManyProcessesApart)
+{
+    const std::string names(3000, 'n');
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 8; ++number) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 10; ++round) {
+                EXPECT_EQ(VLIBCExec(kProgram, "m", "0001", names.c_str(), nullptr), 0);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    std::istringstream log(ReadText(kLog));
+    int count = 0;
+    for (std::string line; std::getline(log, line); ++count) {
+        EXPECT_EQ(line.substr(line.find(' ')), " m 0001 started: " + names);
+    }
+    EXPECT_EQ(count, 80);
+}
+
+} // namespace
+} // namespace VeskTest

@@ -1,0 +1,111 @@
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <linux/sched.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+#include <veskcore.h>
+
+#include "children.hpp"
+#include "descriptors.hpp"
+#include "run_program.hpp"
+#include "system_call_filter.hpp"
+
+// What newer kernels have is missed by nobody on older ones.
+
+namespace VeskTest
+{
+namespace
+{
+
+constexpr std::uint32_t kPidFdGetInfo = 0xC040FF0BU;
+
+bool ChildrenWork()
+{
+    const auto before = OpenDescriptors();
+    const Result result = RunScript("echo text; exit 3");
+    return result.output == "text\n" && result.status == ExitStatus(3) &&
+           RunScript("kill -TERM $$").status == SIGTERM &&
+           VLIBCExec("/bin/true", nullptr, nullptr, nullptr, nullptr) == 0 &&
+           VLIBCExec("/bin/false", nullptr, nullptr, nullptr, nullptr) < 0 && OpenDescriptors() == before &&
+           ListChildren().zombies.empty();
+}
+
+bool ChildHasDescriptorsZeroToTwo()
+{
+    // The shell's listing has the folder itself open as well.
+    return RunScript("echo /proc/self/fd/*").output == "/proc/self/fd/0 /proc/self/fd/1 /proc/self/fd/2 "
+                                                       "/proc/self/fd/3\n";
+}
+
+TEST(OldKernel, WithoutCloseRangeLeaksNothing)
+{
+    EXPECT_EQ(RunInChild([] {
+                  for (int count = 0; count < 3000; ++count) {
+                      open("/dev/zero", O_RDONLY);
+                  }
+                  FailSystemCall(SYS_close_range, ENOSYS);
+                  return ChildHasDescriptorsZeroToTwo() && ChildrenWork() ? 0 : 1;
+              }),
+              Exited(0));
+}
+
+TEST(OldKernel, WithoutCloseRangeClosesThemInAForkedChildToo)
+{
+    EXPECT_EQ(RunInChild([] {
+                  for (int count = 0; count < 3000; ++count) {
+                      open("/dev/zero", O_RDONLY);
+                  }
+                  FailSystemCall(SYS_close_range, ENOSYS);
+                  int ends[2];
+                  if (pipe(ends) != 0 || dup2(ends[1], STDOUT_FILENO) < 0 || close(ends[1]) != 0) {
+                      return 1;
+                  }
+                  if (VLIBCProcForkEx(VLIBC_FORK_DETACH | VLIBC_FORK_CLOSE_DESCRIPTORS) == 0) {
+                      const char count = static_cast<char>(OpenDescriptors().size());
+                      _exit(write(STDOUT_FILENO, &count, 1) == 1 ? 0 : 1);
+                  }
+                  char count = 0;
+                  return read(ends[0], &count, 1) == 1 && count == 3 ? 0 : 2;
+              }),
+              Exited(0));
+}
+
+TEST(OldKernel, WithoutPidFdsWaitsByNumber)
+{
+    EXPECT_EQ(RunInChild([] {
+                  FailSystemCall(SYS_clone, EINVAL, 0, CLONE_PIDFD);
+                  return ChildrenWork() ? 0 : 1;
+              }),
+              Exited(0));
+}
+
+TEST(OldKernel, WithPidFdsThatCannotBeWaitedForWaitsByNumber)
+{
+    EXPECT_EQ(RunInChild([] {
+                  FailSystemCall(SYS_waitid, EINVAL);
+                  return ChildrenWork() ? 0 : 1;
+              }),
+              Exited(0));
+}
+
+TEST(OldKernel, ThatDoesNotTellHowAReapedChildEndedGivesNoStatus)
+{
+    EXPECT_EQ(RunInChild([] {
+                  FailSystemCallWith(SYS_ioctl, ENOTTY, 1, kPidFdGetInfo);
+                  if (!ChildrenWork()) {
+                      return 1;
+                  }
+                  std::signal(SIGCHLD, SIG_IGN);
+                  const Result result = RunScript("echo text; exit 3");
+                  return result.output == "text\n" && result.status == -1 && errno == ECHILD &&
+                                 VLIBCErrGet() == VLIBC_ERR_CHILD
+                             ? 0
+                             : 2;
+              }),
+              Exited(0));
+}
+
+} // namespace
+} // namespace VeskTest
