@@ -1,16 +1,22 @@
 #include "targets/isolate_monitor.hpp"
 
-#include <array>
 #include <cerrno>
-#include <climits>
 #include <csignal>
 #include <cstdlib>
-#include <syslog.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
+#include "vesksystemd.hpp"
+
 #include "core/directory.hpp"
-#include "core/log.hpp"
 #include "core/pause.hpp"
+#include "core/unique_fd.hpp"
+
+#ifndef SYS_pidfd_open
+#    define SYS_pidfd_open 434
+#endif
 
 namespace VESK::Systemd
 {
@@ -19,23 +25,51 @@ namespace
 
 constexpr int kRounds = 240;
 
-std::string LinkTarget(int fdFolder, const char* szLink)
+/** A process that may end, and may then stay unreaped for long. */
+class WatchedProcess
 {
-    std::array<char, PATH_MAX> target{};
-    const ssize_t cbTarget = readlinkat(fdFolder, szLink, target.data(), target.size());
-    return {target.data(), cbTarget > 0 ? static_cast<size_t>(cbTarget) : 0};
+public:
+    explicit WatchedProcess(pid_t nPid)
+        : m_nPid(nPid)
+        , m_fd(static_cast<int>(syscall(SYS_pidfd_open, nPid, 0)))
+    {
+    }
+
+    int Descriptor() const { return m_fd.Get(); }
+
+    bool HasDied() const
+    {
+        pollfd end{m_fd.Get(), POLLIN, 0};
+        // Kernels before 5.3 have no such descriptors.
+        return m_fd.IsOpen() ? poll(&end, 1, 0) == 1 : kill(m_nPid, 0) != 0 && errno == ESRCH;
+    }
+
+private:
+    pid_t m_nPid;
+    UniqueFd m_fd;
+};
+
+bool IsIsolateLock(int fd)
+{
+    struct stat lock {
+    };
+    struct stat file {
+    };
+    return stat(kIsolateLock, &lock) == 0 && fstat(fd, &file) == 0 && file.st_dev == lock.st_dev &&
+           file.st_ino == lock.st_ino;
 }
 
-/** Closes what the child has inherited, other locks of its parent among it, except the isolate lock. */
-void CloseOtherDescriptors()
+/**
+ * Closes what the child has inherited, other locks of its parent among it, except the isolate lock. Not with
+ * closelog: another thread of the parent may have been inside syslog when it forked.
+ */
+void CloseOtherDescriptors(int fdKept)
 {
-    closelog();
     Directory descriptors("/proc/self/fd");
     std::vector<int> vecOthers;
     while (const char* szDescriptor = descriptors.Next()) {
         const int fd = atoi(szDescriptor);
-        if (fd > STDERR_FILENO && fd != descriptors.Descriptor() &&
-            LinkTarget(descriptors.Descriptor(), szDescriptor) != kIsolateLock) {
+        if (fd > STDERR_FILENO && fd != fdKept && fd != descriptors.Descriptor() && !IsIsolateLock(fd)) {
             vecOthers.push_back(fd);
         }
     }
@@ -52,33 +86,24 @@ bool IsIsolating(pid_t nParent)
     return exitCode == 0 && executor.GetOutput().find("/usr/bin/systemctl isolate") != std::string::npos;
 }
 
-bool HasEnded(pid_t nParent)
+bool HasFinished()
 {
-    return access(kIsolateFlag, F_OK) != 0 || (kill(nParent, 0) != 0 && errno == ESRCH);
+    return access(kIsolateFlag, F_OK) != 0;
 }
 
-bool WaitsForIsolation(pid_t nParent)
+} // namespace
+
+bool IsolateMonitorWait(pid_t nParent)
 {
+    const WatchedProcess parent(nParent);
+    CloseOtherDescriptors(parent.Descriptor());
     for (int nRound = 0; nRound < kRounds; ++nRound) {
-        if (IsIsolating(nParent) || HasEnded(nParent)) {
+        if (IsIsolating(nParent) || HasFinished() || parent.HasDied()) {
             return true;
         }
         PauseHalfSecond();
     }
     return false;
-}
-
-} // namespace
-
-void IsolateMonitorRun(const FileLock& lock, pid_t nParent)
-{
-    FileLock sharedLock(lock);
-    CloseOtherDescriptors();
-    if (!WaitsForIsolation(nParent)) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Isolate doesn't execute successfully", VESK_HERE);
-    }
-    sharedLock.Release();
-    _exit(0);
 }
 
 } // namespace VESK::Systemd

@@ -2,8 +2,6 @@
 
 #include <sys/types.h>
 
-#include "vesksystemd.hpp"
-
 namespace VESK::Systemd
 {
 
@@ -13,10 +11,10 @@ constexpr const char* kIsolateFlag = "/run/vesksystemd/isolate-not-finish-flag";
 constexpr const char* kIsolateLock = "/run/vesksystemd/locks/isolate-and-volume-unmount-action.lock";
 
 /**
- * Runs in a forked child of the isolation: releases the isolate lock, which it shares with its parent, as
- * soon as systemctl is seen to isolate, so that what systemd stops meanwhile can take the lock; or else when
- * the isolation has ended, its process has died, or two minutes have passed.
+ * Waits, in a forked child of the isolation, until systemctl is seen to isolate, or the isolation has ended,
+ * or its process has died; false when two minutes have passed without any of that. First closes the
+ * descriptors above 2 that the child has inherited, except those of the isolate lock.
  */
-void IsolateMonitorRun(const FileLock& lock, pid_t nParent);
+bool IsolateMonitorWait(pid_t nParent);
 
 } // namespace VESK::Systemd

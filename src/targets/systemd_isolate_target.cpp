@@ -163,12 +163,25 @@ void WaitForStopJobs(const Jobs& before, const Outcome& outcome)
     LogUnfinished(before, now);
 }
 
+/**
+ * The forked child of an isolation: releases the isolate lock, which it shares with its parent, once
+ * systemctl isolates, so that what systemd stops meanwhile can take the lock.
+ */
+void MonitorRun(const FileLock& lock, pid_t nParent)
+{
+    FileLock sharedLock(lock);
+    if (!VESK::Systemd::IsolateMonitorWait(nParent)) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Isolate doesn't execute successfully", VESK_HERE);
+    }
+    sharedLock.Release();
+}
+
 /** What an isolation does while it holds the isolate lock; releases the lock once systemctl is done. */
 bool IsolateAndWait(const std::string& strTarget, const Texts& vecOptions, FileLock& lock, IsolateFlag& flag,
                     const Outcome& outcome)
 {
     const pid_t nParent = getpid();
-    if (!VESK::Systemd::ForkAndRun([&] { VESK::Systemd::IsolateMonitorRun(lock, nParent); }, 0)) {
+    if (!VESK::Systemd::ForkAndRun([&] { MonitorRun(lock, nParent); }, 0)) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to fork for isolate monitor", VESK_HERE);
         return false;
     }
