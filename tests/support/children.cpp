@@ -41,11 +41,6 @@ int CallSafely(const std::function<int()>& function)
     }
 }
 
-bool HasEnded(pid_t child, int& status)
-{
-    return waitpid(child, &status, WNOHANG) == child;
-}
-
 } // namespace
 
 Children ListChildren()
@@ -93,19 +88,40 @@ Ending Signalled(int signal)
     return {Ending::Kind::Signalled, signal};
 }
 
-Ending RunInChild(const std::function<int()>& function, std::chrono::milliseconds limit)
+OtherProcess::OtherProcess(const std::function<int()>& function)
+    : m_pid(VeskGround::Require(fork(), "fork for", "a test's child"))
 {
-    const pid_t child = VeskGround::Require(fork(), "fork for", "a test's child");
-    if (child == 0) {
+    if (m_pid == 0) {
         _exit(CallSafely(function));
     }
+}
+
+OtherProcess::~OtherProcess()
+{
+    if (!m_reaped) {
+        Kill();
+        waitpid(m_pid, nullptr, 0);
+    }
+}
+
+void OtherProcess::Kill() const
+{
+    kill(m_pid, SIGKILL);
+}
+
+Ending OtherProcess::Wait(std::chrono::milliseconds limit)
+{
     int status = 0;
-    if (!Eventually([&] { return HasEnded(child, status); }, limit)) {
-        kill(child, SIGKILL);
-        waitpid(child, &status, 0);
+    m_reaped = Eventually([&] { return waitpid(m_pid, &status, WNOHANG) == m_pid; }, limit);
+    if (!m_reaped) {
         return {Ending::Kind::TimedOut, 0};
     }
     return WIFEXITED(status) ? Exited(WEXITSTATUS(status)) : Signalled(WTERMSIG(status));
+}
+
+Ending RunInChild(const std::function<int()>& function, std::chrono::milliseconds limit)
+{
+    return OtherProcess(function).Wait(limit);
 }
 
 bool Eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit)

@@ -30,8 +30,31 @@ std::ostream& operator<<(std::ostream& stream, const Ending& ending);
 Ending Exited(int code);
 Ending Signalled(int signal);
 
-// Runs FUNCTION in a forked child, which ends with its result as exit code (an exception is 99) and without
-// this process's exit handlers. A child that takes longer than the limit is killed and reported as timed out.
+// Runs FUNCTION in a forked child, beside the test; the function's result is its exit code (an exception is
+// 99), and none of this process's exit handlers runs. It is killed and reaped at the end.
+class OtherProcess
+{
+public:
+    explicit OtherProcess(const std::function<int()>& function);
+    ~OtherProcess();
+    OtherProcess(const OtherProcess&) = delete;
+    OtherProcess& operator=(const OtherProcess&) = delete;
+
+    pid_t Pid() const { return m_pid; }
+
+    // Kills it with SIGKILL and leaves it as a zombie.
+    void Kill() const;
+
+    // Waits for its end and reaps it.
+    Ending Wait(std::chrono::milliseconds limit = std::chrono::seconds(30));
+
+private:
+    pid_t m_pid;
+    bool m_reaped = false;
+};
+
+// Runs FUNCTION in such a child to its end. One that takes longer than the limit is killed and reported as
+// timed out.
 Ending RunInChild(const std::function<int()>& function,
                   std::chrono::milliseconds limit = std::chrono::seconds(30));
 
