@@ -1,0 +1,96 @@
+#include "isolate_ground.hpp"
+
+namespace VeskTest
+{
+
+namespace
+{
+
+constexpr const char* kIsolating = "/tmp/isolating";
+constexpr const char* kLetGo = "/tmp/let-go";
+
+} // namespace
+
+LogMatchers LockFailure(const std::string& lock, const std::string& what)
+{
+    using ::testing::AllOf;
+    using ::testing::Field;
+    using ::testing::StartsWith;
+    return {
+        AllOf(Field(&SyslogLine::level, 3), Field(&SyslogLine::file, "lock.cpp"),
+              Field(&SyslogLine::message, StartsWith("vesksystemd: failed to get lock [" + lock + "] [0x"))),
+        Error("lock.cpp", "vesksystemd: failed to get lock for [" + what + "], lock is [" + lock + "].")};
+}
+
+IsolateTest::IsolateTest()
+{
+    RemoveAll("/run/vesksystemd");
+    RemoveAll(kIsolating);
+    RemoveAll(kLetGo);
+    Queue("");
+    systemctl.OnLeading({"isolate"});
+    script.OnAny();
+}
+
+void IsolateTest::TearDown()
+{
+    EXPECT_TRUE(Eventually([] { return OtherProcessesOfThisProgram().empty(); }));
+    for (const char* lock : {kOperationLock, kIsolateLock, kExitLock}) {
+        EXPECT_TRUE(IsLockFree(lock)) << lock;
+    }
+    EXPECT_TRUE(flagMayStay || !Exists(kFlag));
+}
+
+bool IsolateTest::Isolate(const std::string& target)
+{
+    return VESKSystemdIsolateTarget(target, &result);
+}
+
+Answering IsolateTest::Queue(const std::string& jobs)
+{
+    Answering answer = systemctl.On({"list-jobs", "--no-legend"});
+    Jobs(answer, jobs);
+    return answer;
+}
+
+void IsolateTest::Jobs(Answering& answer, const std::string& jobs)
+{
+    answer.Stdout(jobs.empty() ? "" : jobs + "\n").Exit(1);
+}
+
+void IsolateTest::HoldIsolation()
+{
+    systemctl.OnLeading({"isolate"}).CreateFile(kIsolating).WaitForFile(kLetGo);
+}
+
+bool IsolateTest::AwaitIsolation()
+{
+    return Eventually([] { return Exists(kIsolating); });
+}
+
+void IsolateTest::LetIsolationGo()
+{
+    WriteText(kLetGo, "");
+}
+
+LogMatchers IsolateTest::Begin(const std::string& target)
+{
+    return {Info(kIsolateFile, "vesksystemd: isolating to [" + target + "].")};
+}
+
+LogMatchers IsolateTest::Done(const std::string& target, const std::string& suffix)
+{
+    return {Info(kIsolateFile, "vesksystemd: isolated to [" + target + "]" + suffix + ".")};
+}
+
+::testing::Matcher<const SyslogLine&> IsolateTest::WaitLine(const std::string& units)
+{
+    return Info(kIsolateFile, "vesksystemd: wait stop service [" + units + "]");
+}
+
+::testing::Matcher<const SyslogLine&> IsolateTest::QueueLost()
+{
+    return Error(kIsolateFile, "vesksystemd: Failed to get systemd jobs");
+}
+
+} // namespace VeskTest

@@ -1,0 +1,79 @@
+// What the library asks the platform and the clock for, seen from this program: it defines the calls itself
+// and passes them on.
+#pragma once
+
+#include <functional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+namespace VeskTest
+{
+
+struct LockRequest {
+    std::string path;
+    bool exclusive = false;
+    int timeout = 0;
+};
+bool operator==(const LockRequest& left, const LockRequest& right);
+std::ostream& operator<<(std::ostream& stream, const LockRequest& request);
+
+// One at a time. Sees the calls of this process; those of forked children only where it says so.
+class PlatformSpy
+{
+public:
+    PlatformSpy();
+    ~PlatformSpy();
+    PlatformSpy(const PlatformSpy&) = delete;
+    PlatformSpy& operator=(const PlatformSpy&) = delete;
+
+    // The locks that were asked for, in their order.
+    const std::vector<LockRequest>& Locks() const { return m_locks; }
+    // From now on a lock that is not free is not waited for.
+    void DoNotWaitForLocks() { m_waitForLocks = false; }
+
+    // The forks through the platform so far.
+    int Forks() const { return m_forks; }
+    // The fork with that number, from 1, fails with the error record {0x1234, "fork.c", 7}.
+    void FailFork(int number) { m_failingFork = number; }
+    // Runs before each fork, with its number.
+    void OnFork(std::function<void(int)> action) { m_onFork = std::move(action); }
+
+    // The writing of a section with that number, from 1, fails.
+    void FailSection(int number) { m_failingSection = number; }
+
+    // From now on the list of processes cannot be opened.
+    void HideProcesses() { m_processesHidden = true; }
+    bool AreProcessesHidden() const { return m_processesHidden; }
+
+    // From now on the library's pauses take no time, those of forked children included.
+    void StopTheClock() const;
+    // The pauses of a second and those of half a second, those of forked children included.
+    int Seconds() const;
+    int HalfSeconds() const;
+    // Runs in place of each pause of a second.
+    void OnSecond(std::function<void()> action) { m_onSecond = std::move(action); }
+
+    // For the calls that stand for the platform's.
+    int Lock(const char* path, bool mode, int timeout, int* descriptor);
+    int Fork(unsigned long long flags);
+    bool FailsSection() { return ++m_sections == m_failingSection; }
+    bool PauseSecond();
+    bool PauseHalfSecond();
+
+private:
+    struct Shared;
+
+    std::vector<LockRequest> m_locks;
+    bool m_waitForLocks = true;
+    int m_forks = 0;
+    int m_failingFork = 0;
+    int m_sections = 0;
+    int m_failingSection = 0;
+    bool m_processesHidden = false;
+    std::function<void(int)> m_onFork;
+    std::function<void()> m_onSecond;
+    Shared* m_shared;
+};
+
+} // namespace VeskTest
