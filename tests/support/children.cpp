@@ -4,6 +4,7 @@
 #include <csignal>
 #include <exception>
 #include <filesystem>
+#include <list>
 #include <ostream>
 #include <string>
 #include <sys/wait.h>
@@ -39,6 +40,11 @@ int CallSafely(const std::function<int()>& function)
     } catch (const std::exception&) {
         return kThrewException;
     }
+}
+
+Ending EndingOf(int status)
+{
+    return WIFEXITED(status) ? Exited(WEXITSTATUS(status)) : Signalled(WTERMSIG(status));
 }
 
 } // namespace
@@ -116,7 +122,20 @@ Ending OtherProcess::Wait(std::chrono::milliseconds limit)
     if (!m_reaped) {
         return {Ending::Kind::TimedOut, 0};
     }
-    return WIFEXITED(status) ? Exited(WEXITSTATUS(status)) : Signalled(WTERMSIG(status));
+    return EndingOf(status);
+}
+
+std::vector<Ending> RunAtOnce(int count, const std::function<int(int)>& function)
+{
+    std::list<OtherProcess> children;
+    for (int number = 0; number < count; ++number) {
+        children.emplace_back([&function, number] { return function(number); });
+    }
+    std::vector<Ending> endings;
+    for (OtherProcess& child : children) {
+        endings.push_back(child.Wait());
+    }
+    return endings;
 }
 
 Ending RunInChild(const std::function<int()>& function, std::chrono::milliseconds limit)
