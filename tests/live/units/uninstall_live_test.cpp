@@ -49,7 +49,7 @@ void ExpectNothingIsLeftOf(const std::string& unit)
 {
     EXPECT_THAT(Traces(unit), IsEmpty());
     EXPECT_EQ(MustSystemctl({"list-units", "--all", "--plain", "--no-legend", unit}), "");
-    EXPECT_EQ(MustSystemctl({"list-unit-files", "--no-legend", unit}), "");
+    EXPECT_EQ(RealSystemctl({"list-unit-files", "--no-legend", unit}).output, "");
     EXPECT_EQ(Property(unit, "LoadState"), "not-found");
     EXPECT_EQ(VESKSystemdActiveStatusGet(unit), VESK_SYSTEMD_ACTIVE_STATUS_INACTIVE);
 }
