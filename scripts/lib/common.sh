@@ -31,7 +31,7 @@ need_packages() {
         return
     fi
     if ((EUID != 0)); then
-        say "Some Debian packages are missing. Install them with this command, then start ${0##*/} again:"
+        say "Some Debian packages are missing. Install them with this command, then start $0 again:"
         say "sudo apt-get install --no-install-recommends -y ${missing[*]}"
         exit 1
     fi
