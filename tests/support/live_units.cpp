@@ -7,6 +7,7 @@
 #include <grp.h>
 #include <spawn.h>
 #include <stdexcept>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -62,6 +63,8 @@ void BecomeUser(const OrdinaryUser& user)
     VeskGround::Require(initgroups(user.name, user.id), "take the groups of", user.name);
     VeskGround::Require(setgid(user.id), "become the group of", user.name);
     VeskGround::Require(setuid(user.id), "become", user.name);
+    // As after an exec by the user: else the process's files in /proc would stay root's.
+    VeskGround::Require(prctl(PR_SET_DUMPABLE, 1), "open up /proc/self for", user.name);
     VeskGround::Require(chdir(home.c_str()), "enter", home);
     clearenv();
     setenv("HOME", home.c_str(), 1);
