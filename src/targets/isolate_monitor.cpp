@@ -68,7 +68,7 @@ void CloseOtherDescriptors(int fdKept)
     Directory descriptors("/proc/self/fd");
     std::vector<int> vecOthers;
     while (const char* szDescriptor = descriptors.Next()) {
-        const int fd = atoi(szDescriptor);
+        const int fd = static_cast<int>(strtol(szDescriptor, nullptr, 10));
         if (fd > STDERR_FILENO && fd != fdKept && fd != descriptors.Descriptor() && !IsIsolateLock(fd)) {
             vecOthers.push_back(fd);
         }

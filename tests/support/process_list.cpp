@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <unistd.h>
@@ -23,7 +22,7 @@ std::vector<pid_t> ProcessesWhere(const std::function<bool(const fs::path&)>& ho
     for (const auto& entry : fs::directory_iterator("/proc")) {
         const std::string name = entry.path().filename();
         if (std::isdigit(static_cast<unsigned char>(name[0])) != 0 && holds(entry.path())) {
-            pids.push_back(std::atoi(name.c_str()));
+            pids.push_back(std::stoi(name));
         }
     }
     std::sort(pids.begin(), pids.end());

@@ -148,15 +148,15 @@ extern "C" {
     return spy != nullptr && spy->FailsSection() ? -1 : real(path, section, hash, flags);
 }
 
-[[gnu::visibility("default")]] DIR* opendir(const char* path)
+[[gnu::visibility("default")]] DIR* opendir(const char* name)
 {
     static const auto real = VeskTest::Next<DIR*(const char*)>("opendir");
     const VeskTest::PlatformSpy* spy = VeskTest::currentSpy;
-    if (spy != nullptr && spy->AreProcessesHidden() && std::string(path) == "/proc/") {
+    if (spy != nullptr && spy->AreProcessesHidden() && std::string(name) == "/proc/") {
         errno = EMFILE;
         return nullptr;
     }
-    return real(path);
+    return real(name);
 }
 
 [[gnu::visibility("default")]] unsigned sleep(unsigned seconds)
@@ -169,14 +169,14 @@ extern "C" {
     return nanosleep(&pause, &pause) == 0 ? 0 : static_cast<unsigned>(pause.tv_sec) + 1;
 }
 
-[[gnu::visibility("default")]] int usleep(useconds_t microseconds)
+[[gnu::visibility("default")]] int usleep(useconds_t useconds)
 {
     VeskTest::PlatformSpy* spy = VeskTest::currentSpy;
     if (spy != nullptr && spy->PauseHalfSecond()) {
         return 0;
     }
-    const timespec pause{static_cast<time_t>(microseconds / 1000000),
-                         static_cast<long>(microseconds % 1000000) * 1000};
+    const timespec pause{static_cast<time_t>(useconds / 1000000),
+                         static_cast<long>(useconds % 1000000) * 1000};
     return nanosleep(&pause, nullptr);
 }
 }
