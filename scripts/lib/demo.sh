@@ -41,14 +41,15 @@ same_lines() {
     [[ $2 == "$3" ]] || not_as_told "the $1 should be:"$'\n'"$2"
 }
 
-# expect_log : standard input is what the library has logged since the last time, its line numbers written as N.
+# expect_log : standard input is what the library has logged since the last time, its line numbers and
+# milliseconds written as N.
 expect_log() {
     local expected got
     expected=$(cat)
     journalctl --sync
     got=$(journalctl --cursor-file "$demo_state/cursor" --quiet --output cat \
-        --identifier start_unit --identifier control_unit)
-    same_lines "log" "$expected" "$(sed -E 's/^([a-z_]+\.cpp):[0-9]+ /\1:N /' <<<"$got")"
+        --identifier start_unit --identifier control_unit --identifier hold_service)
+    same_lines "log" "$expected" "$(sed -E 's/^([a-z_-]+\.cpp):[0-9]+ /\1:N /; s/ is [0-9]+ ms$/ is N ms/' <<<"$got")"
 }
 
 # expect_events : standard input is what was added to the event log since the last time, without the times.

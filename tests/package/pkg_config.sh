@@ -8,6 +8,7 @@ run "$WORK/names_c" 0 "$names_c"
 build c++17 "$SOURCE/tests/package/consumer/names.cpp" "$WORK/names_cpp"
 run "$WORK/names_cpp" 0 "$names_cpp"
 build c99 "$SOURCE/examples/start_unit.c" "$WORK/start_unit"
+build c99 "$SOURCE/examples/hold_service.c" "$WORK/hold_service"
 run "$WORK/start_unit" 1 'start: failed'
 build c++17 "$SOURCE/examples/control_unit.cpp" "$WORK/control_unit"
 run "$WORK/control_unit" 2 'usage: control_unit start|restart|stop UNIT...'
