@@ -37,6 +37,7 @@ expect() {
 
 # same_lines WHAT EXPECTED GOT : shows what was got.
 same_lines() {
+    # shellcheck disable=SC2001 # every line
     sed "s/^/    $1 | /" <<<"${3:-(nothing)}"
     [[ $2 == "$3" ]] || not_as_told "the $1 should be:"$'\n'"$2"
 }

@@ -16,6 +16,8 @@ folders_of() { # a hierarchy's folders, without those of systems that others run
 
 cgroup_mounts() { awk '/ - cgroup2? / { print $5 }' /proc/self/mountinfo | grep -E '/(systemd|unified)$|^/sys/fs/cgroup$'; }
 
+names_in_tmp() { find /tmp -mindepth 1 -maxdepth 1 -printf '%f\n'; }
+
 snapshot() {
     echo "== mounts"; cat /proc/self/mountinfo
     echo "== hierarchies"; for mount in $(cgroup_mounts); do folders_of "$mount"; done
@@ -24,7 +26,7 @@ snapshot() {
         -printf '%p %y %m %s %T@ %l\n' 2>/dev/null | sort
     echo "== /run"; find /run -printf '%p %y %m %T@\n' 2>/dev/null | sort
     echo "== users and name"; cat /etc/passwd /etc/machine-id /etc/fstab 2>/dev/null; hostname
-    echo "== /tmp"; ls -A /tmp | grep -Fx -f "$tmp_before"
+    echo "== /tmp"; names_in_tmp | grep -Fx -f "$tmp_before"
 }
 
 # What is left of the system whose owner has the pid: processes in its cgroup or with our mark, folders.
@@ -66,7 +68,7 @@ mess='touch /tmp/inside-'$$' /run/inside-'$$' /etc/inside-'$$' /usr/vesk/inside-
 tmp_before=$(mktemp)
 trap 'rm -f "$tmp_before"' EXIT
 # Compilers and the like come and go meanwhile.
-ls -A /tmp | grep -vE '^(cc|tmp\.|ccache)' >"$tmp_before"
+names_in_tmp | grep -vE '^(cc|tmp\.|ccache)' >"$tmp_before"
 
 "$live" -- true
 case $? in
