@@ -147,6 +147,16 @@ TEST_F(RunnerChild, IsReportedWhenItCannotBeStarted)
     RemoveAll("/usr/bin/systemctl");
 }
 
+// Without a look at the exception's type, for which a sanitizer needs descriptors itself.
+bool IsRefused()
+{
+    try {
+        return !VESKSystemdSystemctl("show", {}, [](int, const Words&) { return true; });
+    } catch (const std::exception&) {
+        return true;
+    }
+}
+
 TEST_F(RunnerChild, NeedsTwoFreeDescriptors)
 {
     systemctl.OnAny().Exit(3);
@@ -158,9 +168,9 @@ TEST_F(RunnerChild, NeedsTwoFreeDescriptors)
         for (int descriptor = dup(STDERR_FILENO); descriptor >= 0; descriptor = dup(STDERR_FILENO)) {
             last = descriptor;
         }
-        EXPECT_TRUE(RunSystemctl("show", {}).refused) << "none is free";
+        EXPECT_TRUE(IsRefused()) << "none is free";
         close(last);
-        EXPECT_TRUE(RunSystemctl("show", {}).refused) << "one is free";
+        EXPECT_TRUE(IsRefused()) << "one is free";
         EXPECT_EQ(dup(STDERR_FILENO), last);
         EXPECT_EQ(dup(STDERR_FILENO), -1) << "none has come back that was not there";
         close(last);
