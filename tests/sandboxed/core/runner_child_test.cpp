@@ -215,7 +215,7 @@ TEST_F(RunnerChild, IsReadWholeByACallerWhoseCallsAreInterrupted)
         ASSERT_THAT(call.lines, SizeIs(2001));
         EXPECT_EQ(call.lines.back(), "half and half\n");
     }
-    EXPECT_GT(SignalStorm::Count(), 100);
+    EXPECT_GT(SignalStorm::Count(), 0);
 }
 
 TEST_F(RunnerChild, IsOneOfItsOwnForEachOfManyThreads)
