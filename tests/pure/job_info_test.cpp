@@ -149,7 +149,7 @@ TEST_F(JobLine, IsReadAsByHandWhateverItHolds)
     const std::vector<std::string> pieces{" ",     " ",    " ",       "  ",      "\t",     "\n",   "12",
                                           "start", "stop", "running", "waiting", "a.unit", "7x",   "%s",
                                           "\xff",  "-",    "restart", ".",       "unknow", "\\x2d"};
-    std::mt19937 random(20240229);
+    std::mt19937 random(20240229); // NOLINT(cert-msc32-c,cert-msc51-cpp): the same lines each time
     std::uniform_int_distribution<size_t> anyPiece(0, pieces.size() - 1);
     std::uniform_int_distribution<int> anyCount(0, 12);
     int accepted = 0;
@@ -196,7 +196,7 @@ TEST(JobWords, GoBothWays)
         {JobType::Unknown, "unknow"}, {JobType::Start, "start"}, {JobType::Stop, "stop"}};
     for (const auto& [type, word] : types) {
         std::string foundWord;
-        JobType foundType = static_cast<JobType>(9);
+        auto foundType = static_cast<JobType>(9);
         EXPECT_TRUE(JobStringMap::TypeToString(type, foundWord));
         EXPECT_TRUE(JobStringMap::StringToType(word, foundType));
         EXPECT_EQ(foundWord, word);
@@ -206,7 +206,7 @@ TEST(JobWords, GoBothWays)
         {JobState::Unknown, "unknow"}, {JobState::Running, "running"}, {JobState::Waiting, "waiting"}};
     for (const auto& [state, word] : states) {
         std::string foundWord;
-        JobState foundState = static_cast<JobState>(9);
+        auto foundState = static_cast<JobState>(9);
         EXPECT_TRUE(JobStringMap::StateToString(state, foundWord));
         EXPECT_TRUE(JobStringMap::StringToState(word, foundState));
         EXPECT_EQ(foundWord, word);
