@@ -1,6 +1,7 @@
 #include "wait_status.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <poll.h>
@@ -29,7 +30,7 @@ constexpr std::uint64_t kInfoExit = 1U << 3;
 constexpr unsigned long kGetInfo = _IOWR(0xFF, 11, PidFdInfo);
 
 /** How long the reaping of an ended child may take to become visible. */
-constexpr int kReapPolls = 100;
+constexpr std::chrono::seconds kReapTime{1};
 constexpr int kReapPollMilliseconds = 10;
 
 bool HasEnded(int pidFd)
@@ -47,7 +48,8 @@ void WaitUntilReaped(int pidFd)
 /** The status of a child that was reaped by the kernel or by another thread of the caller's. */
 int StatusOfReaped(int pidFd)
 {
-    for (int round = 0; round < kReapPolls && HasEnded(pidFd); ++round) {
+    const auto end = std::chrono::steady_clock::now() + kReapTime;
+    while (HasEnded(pidFd) && std::chrono::steady_clock::now() < end) {
         PidFdInfo info{};
         info.mask = kInfoExit;
         if (ioctl(pidFd, kGetInfo, &info) != 0) {
