@@ -15,9 +15,15 @@ class Argument : public ::testing::Test
 {
 protected:
     void SetUp() override { VLIBCErrSetEx(0, "", 0); }
-    void TearDown() override { VLIBCListsFree(); }
+    void TearDown() override
+    {
+        VLIBCSzHashFree(m_hash);
+        VLIBCSzListFree(m_list);
+        VLIBCSzHashFree(nullptr);
+        VLIBCSzListFree(nullptr);
+    }
 
-    void ExpectRefusalBy(const char* file) const { EXPECT_EQ(ErrorRecord(), std::string("0x0D00 ") + file); }
+    static void ExpectRefusalBy(const char* file) { EXPECT_EQ(ErrorRecord(), std::string("0x0D00 ") + file); }
 
     VLIBCSzHash* m_hash = VLIBCSzHashAlloc(0);
     VLIBCSzList* m_list = VLIBCSzListAlloc(-1);
@@ -25,15 +31,6 @@ protected:
     VLIBCSzList* m_noList = nullptr;
     char m_word[10] = "/bin/true";
     char* m_argv[2] = {m_word, nullptr};
-
-private:
-    void VLIBCListsFree()
-    {
-        VLIBCSzHashFree(m_hash);
-        VLIBCSzListFree(m_list);
-        VLIBCSzHashFree(nullptr);
-        VLIBCSzListFree(nullptr);
-    }
 };
 
 TEST_F(Argument, OfPopenvIsRefused)

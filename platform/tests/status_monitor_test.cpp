@@ -202,7 +202,7 @@ TEST_F(StatusMonitor, EndsWithinASecondOfTheLockBecomingFree)
     lock.Close();
     EXPECT_TRUE(Eventually([&] { return monitor.HasEnded(); }, kLongestDelay));
     EXPECT_EQ(monitor.Status(), ExitStatus(0));
-    EXPECT_TRUE(Eventually([] { return MonitorProcesses().empty(); }));
+    EXPECT_TRUE(Eventually([] { return MonitorProcesses().empty(); }, kLongestDelay));
 }
 
 TEST_F(StatusMonitor, RunsOnWhileAnybodyHoldsTheLock)
@@ -235,7 +235,7 @@ TEST_F(StatusMonitor, EndsWhenTheLocksHolderIsKilled)
     waitpid(holder, nullptr, 0);
     EXPECT_TRUE(Eventually([&] { return monitor.HasEnded(); }, kLongestDelay));
     EXPECT_EQ(monitor.Status(), ExitStatus(0));
-    EXPECT_TRUE(Eventually([] { return MonitorProcesses().empty(); }));
+    EXPECT_TRUE(Eventually([] { return MonitorProcesses().empty(); }, kLongestDelay));
 }
 
 TEST_F(StatusMonitor, EndsThoughAQueryHangs)
@@ -247,7 +247,7 @@ TEST_F(StatusMonitor, EndsThoughAQueryHangs)
     lock.Close();
     EXPECT_TRUE(Eventually([&] { return monitor.HasEnded(); }, kLongestDelay));
     EXPECT_EQ(monitor.Status(), ExitStatus(0));
-    EXPECT_TRUE(Eventually([] { return MonitorProcesses().empty(); }));
+    EXPECT_TRUE(Eventually([] { return MonitorProcesses().empty(); }, kLongestDelay));
 }
 
 TEST_F(StatusMonitor, LeavesNothingWhenItIsTerminated)
@@ -259,7 +259,7 @@ TEST_F(StatusMonitor, LeavesNothingWhenItIsTerminated)
     monitor.Signal(SIGTERM);
     EXPECT_TRUE(Eventually([&] { return monitor.HasEnded(); }));
     EXPECT_EQ(monitor.Status(), ExitStatus(143));
-    EXPECT_TRUE(Eventually([] { return MonitorProcesses().empty(); }));
+    EXPECT_TRUE(Eventually([] { return MonitorProcesses().empty(); }, kLongestDelay));
 }
 
 TEST_F(StatusMonitor, GivesTheLockToNoProgram)
