@@ -1,6 +1,8 @@
 #include "run_program.hpp"
 
 #include <cstdlib>
+#include <fcntl.h>
+#include <sys/resource.h>
 #include <veskcore.h>
 
 namespace VeskTest
@@ -51,6 +53,18 @@ std::string ErrorRecord()
     char code[16];
     (void)std::snprintf(code, sizeof code, "0x%04X ", static_cast<unsigned>(VLIBCErrGet()));
     return std::string(code) + VLIBCErrorGetFile();
+}
+
+bool OpenInheritable(int count)
+{
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    limit.rlim_cur = limit.rlim_max;
+    setrlimit(RLIMIT_NOFILE, &limit);
+    while (count > 0 && open("/dev/zero", O_RDONLY) >= 0) {
+        --count;
+    }
+    return count == 0;
 }
 
 } // namespace VeskTest

@@ -29,6 +29,9 @@ Result RunScript(const std::string& script, const char* mode = "r");
 // The platform's error record, as text: "0x0300 children.cpp".
 std::string ErrorRecord();
 
+// Opens so many descriptors that a program would inherit; false when the system does not let it.
+bool OpenInheritable(int count);
+
 // Raw wait statuses.
 constexpr int ExitStatus(int code)
 {

@@ -1,10 +1,7 @@
 #include <chrono>
 #include <csignal>
-#include <fcntl.h>
-#include <filesystem>
 #include <gmock/gmock.h>
 #include <string>
-#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
@@ -13,6 +10,7 @@
 
 #include "children.hpp"
 #include "files.hpp"
+#include "process_list.hpp"
 #include "run_program.hpp"
 #include "syslog_capture.hpp"
 #include "systemctl_script.hpp"
@@ -41,23 +39,10 @@ std::vector<std::string> Messages(SyslogCapture& syslog)
     return messages;
 }
 
-/** The command lines of all processes that belong to a monitor. */
-std::vector<std::string> MonitorProcesses()
+bool IsMonitorGone()
 {
-    std::vector<std::string> lines;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc")) {
-        const std::string path = entry.path().string() + "/cmdline";
-        const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        char text[256];
-        const ssize_t size = fd >= 0 ? read(fd, text, sizeof text) : 0;
-        close(fd);
-        const std::string line(text, size > 0 ? static_cast<std::size_t>(size) : 0);
-        if (line.find(kScript) != std::string::npos || line.find("flock") == 0 ||
-            line.find("/usr/bin/systemctl") != std::string::npos) {
-            lines.push_back(line);
-        }
-    }
-    return lines;
+    return ProcessesThatRun(kScript).empty() && ProcessesThatRun("flock").empty() &&
+           ProcessesThatRun("/usr/bin/systemctl").empty();
 }
 
 /** The monitor's script as a child of the test. */
@@ -202,7 +187,7 @@ TEST_F(StatusMonitor, EndsWithinASecondOfTheLockBecomingFree)
     lock.Close();
     EXPECT_TRUE(Eventually([&] { return monitor.HasEnded(); }, kLongestDelay));
     EXPECT_EQ(monitor.Status(), ExitStatus(0));
-    EXPECT_TRUE(Eventually([] { return MonitorProcesses().empty(); }, kLongestDelay));
+    EXPECT_TRUE(Eventually(IsMonitorGone, kLongestDelay));
 }
 
 TEST_F(StatusMonitor, RunsOnWhileAnybodyHoldsTheLock)
@@ -235,7 +220,7 @@ TEST_F(StatusMonitor, EndsWhenTheLocksHolderIsKilled)
     waitpid(holder, nullptr, 0);
     EXPECT_TRUE(Eventually([&] { return monitor.HasEnded(); }, kLongestDelay));
     EXPECT_EQ(monitor.Status(), ExitStatus(0));
-    EXPECT_TRUE(Eventually([] { return MonitorProcesses().empty(); }, kLongestDelay));
+    EXPECT_TRUE(Eventually(IsMonitorGone, kLongestDelay));
 }
 
 TEST_F(StatusMonitor, EndsThoughAQueryHangs)
@@ -247,7 +232,7 @@ TEST_F(StatusMonitor, EndsThoughAQueryHangs)
     lock.Close();
     EXPECT_TRUE(Eventually([&] { return monitor.HasEnded(); }, kLongestDelay));
     EXPECT_EQ(monitor.Status(), ExitStatus(0));
-    EXPECT_TRUE(Eventually([] { return MonitorProcesses().empty(); }, kLongestDelay));
+    EXPECT_TRUE(Eventually(IsMonitorGone, kLongestDelay));
 }
 
 TEST_F(StatusMonitor, LeavesNothingWhenItIsTerminated)
@@ -259,7 +244,7 @@ TEST_F(StatusMonitor, LeavesNothingWhenItIsTerminated)
     monitor.Signal(SIGTERM);
     EXPECT_TRUE(Eventually([&] { return monitor.HasEnded(); }));
     EXPECT_EQ(monitor.Status(), ExitStatus(143));
-    EXPECT_TRUE(Eventually([] { return MonitorProcesses().empty(); }, kLongestDelay));
+    EXPECT_TRUE(Eventually(IsMonitorGone, kLongestDelay));
 }
 
 TEST_F(StatusMonitor, GivesTheLockToNoProgram)
