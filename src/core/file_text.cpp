@@ -15,7 +15,7 @@ bool FileRead(const std::string& strPath, std::string& strText)
     if (!fd.IsOpen()) {
         return false;
     }
-    constexpr size_t kStep = 64 * 1024;
+    constexpr size_t kStep = size_t{64} * 1024;
     size_t cbText = 0;
     ssize_t cbRead = 0;
     do {

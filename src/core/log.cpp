@@ -18,11 +18,10 @@ void Log(int nLevel, const char* szFormat, ...)
     va_end(args);
 }
 
-bool InvalidArgument(const char* szFile, int nLine, const char* szCondition)
+void InvalidArgument(const char* szFile, int nLine, const char* szCondition)
 {
     VESK_LOG(LOG_ERR, "%s:%d Invaild Argument (%s)=[%d]\n", szFile, nLine, szCondition, 0);
     VLIBCErrSetEx(ERR_INVALID_ARGUMENT, szFile, nLine);
-    return false;
 }
 
 } // namespace VESK::Systemd

@@ -19,7 +19,8 @@
     } while (false)
 
 /** Whether `condition`, one on the arguments of an operation, holds; logs and sets the error if not. */
-#define VESK_ARGUMENT(condition) ((condition) || ::VESK::Systemd::InvalidArgument(VESK_HERE, #condition))
+#define VESK_ARGUMENT(condition)                                                                             \
+    ((condition) || (::VESK::Systemd::InvalidArgument(VESK_HERE, #condition), false))
 
 /** The three arguments of "[0x%04X %s:%d]": the calling thread's error record. */
 #define VESK_PLATFORM_ERROR static_cast<unsigned int>(VLIBCErrGet()), VLIBCErrorGetFile(), VLIBCErrorGetLine()
@@ -42,7 +43,6 @@ bool LogEnabled(int nLevel);
 
 [[gnu::format(printf, 2, 3)]] void Log(int nLevel, const char* szFormat, ...);
 
-/** Always false, so that a check can be written as one expression. */
-bool InvalidArgument(const char* szFile, int nLine, const char* szCondition);
+void InvalidArgument(const char* szFile, int nLine, const char* szCondition);
 
 } // namespace VESK::Systemd

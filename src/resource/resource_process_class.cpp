@@ -37,7 +37,7 @@ bool NameRead(int nPid, std::string& strName, std::string& strBuffer)
         if (!FileRead(ProcPath(nPid, "cmdline"), strBuffer)) {
             return false;
         }
-        strFound = BaseName(strBuffer.c_str());
+        strFound = BaseName(strBuffer.substr(0, strBuffer.find('\0')));
     }
     strName = strFound;
     return true;

@@ -154,7 +154,7 @@ TEST_F(IsolateTest, FailsWhenItsChildCannotBeForked)
 TEST_F(IsolateTest, FailsWhenItsFlagCannotBeMade)
 {
     MakeFolder("/run/vesksystemd");
-    symlink("/nowhere/flag", kFlag);
+    ASSERT_EQ(symlink("/nowhere/flag", kFlag), 0);
 
     EXPECT_FALSE(Isolate());
 
