@@ -32,10 +32,11 @@ bool SetsTheVariable(const char* text)
 
 } // namespace
 
-#define ORIGINAL(name) Original(&name, #name)
+#define ORIGINAL(name) Original(&(name), #name)
 
 // In place of the libraries' own, for which they have to be seen.
 #pragma GCC visibility push(default)
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the headers' own names are reserved ones
 
 extern "C" {
 
@@ -114,6 +115,7 @@ int regexec(const regex_t* regex, const char* text, size_t count, regmatch_t* ma
 
 } // extern "C"
 
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)
 #pragma GCC visibility pop
 
 namespace VeskTest

@@ -145,7 +145,7 @@ TEST_F(ExecutorTest, ReadsOutputFromAnyStream)
     EXPECT_EQ(executor.GetOutput(), text);
     EXPECT_TRUE(executor.ReadOutput(stream)) << "at its end";
     EXPECT_EQ(executor.GetOutput(), "");
-    fclose(stream);
+    EXPECT_EQ(fclose(stream), 0);
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
@@ -154,7 +154,7 @@ TEST_F(ExecutorTest, ReadsNoNullStream)
     std::string text("text");
     FILE* stream = fmemopen(text.data(), text.size(), "r");
     EXPECT_TRUE(executor.ReadOutput(stream));
-    fclose(stream);
+    EXPECT_EQ(fclose(stream), 0);
     EXPECT_FALSE(executor.ReadOutput(nullptr));
     EXPECT_EQ(executor.GetOutput(), "text");
     EXPECT_THAT(log.Take(), ElementsAre(Error(kFile, "Bad file descriptor")));

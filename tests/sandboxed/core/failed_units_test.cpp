@@ -182,7 +182,7 @@ TEST(FailedUnitsGet, TakesNamesForNamesAndNotForPatterns)
 TEST(FailedUnitsGet, TakesALineOfAMegabyte)
 {
     SyslogCapture log;
-    const std::string name(1024 * 1024, 'x');
+    const std::string name(std::size_t{1024} * 1024, 'x');
     EXPECT_THAT(FailedIn({name}, {"Job for " + name + ".service failed.\n"}), ElementsAre(name));
     EXPECT_THAT(FailedIn({"a"}, {name, "Failed to " + name}), IsEmpty());
     EXPECT_THAT(log.Take(), IsEmpty());

@@ -152,8 +152,8 @@ TEST_F(ForkAndRunTest, RunsNoExitHandlersAndFlushesNoStreamsOfTheCaller)
     ExpectInChild([] {
         ReapOrphans(true);
         FILE* stream = std::fopen("/tmp/buffered", "w");
-        std::fputs("once", stream);
-        std::atexit([] { Append("handler"); });
+        EXPECT_GE(std::fputs("once", stream), 0);
+        EXPECT_EQ(std::atexit([] { Append("handler"); }), 0);
         EXPECT_TRUE(ForkAndRun([] {}, 0));
         EXPECT_EQ(ExitStatus(), 0);
         EXPECT_FALSE(Exists(kDone));
@@ -161,7 +161,7 @@ TEST_F(ForkAndRunTest, RunsNoExitHandlersAndFlushesNoStreamsOfTheCaller)
         EXPECT_TRUE(ForkAndRun([] { throw 1; }, 0));
         EXPECT_EQ(ExitStatus(), 0);
         EXPECT_FALSE(Exists(kDone));
-        std::fclose(stream);
+        EXPECT_EQ(std::fclose(stream), 0);
     });
 }
 

@@ -189,7 +189,7 @@ TEST_F(RunnerChild, IsWaitedForByACallerThatIgnoresSigchld)
 {
     systemctl.OnAny().Delay(20).Stdout("out\n").Exit(3);
     ExpectInChild([] {
-        signal(SIGCHLD, SIG_IGN);
+        ASSERT_NE(signal(SIGCHLD, SIG_IGN), SIG_ERR);
         const Holdings before = Holdings::Now();
         const RunnerCall call = RunSystemctl("show", {});
         // 255 where the kernel keeps no exit code of a child that nobody is to wait for.
@@ -230,6 +230,7 @@ TEST_F(RunnerChild, IsOneOfItsOwnForEachOfManyThreads)
     std::thread([] {}).join();
     const Holdings before = Holdings::Now();
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     std::vector<int> right(kThreads);
     for (int number = 0; number < kThreads; ++number) {
         threads.emplace_back([number, &right] {

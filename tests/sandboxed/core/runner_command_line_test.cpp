@@ -37,7 +37,7 @@ protected:
         ClearBootStep();
     }
 
-    void UseSomeSessionOfTheUser()
+    static void UseSomeSessionOfTheUser()
     {
         AddUser("tester", kUser);
         WriteText("/etc/pam.d/systemd-user", "session required pam_permit.so\n");
