@@ -30,9 +30,8 @@ bool IsHexadecimal(char c)
 class Scanner
 {
 public:
-    /** A zero byte ends the line, as it ends a C string. */
     explicit Scanner(std::string_view svLine)
-        : m_svRest(svLine.substr(0, svLine.find('\0')))
+        : m_svRest(svLine)
     {
     }
 
@@ -44,11 +43,11 @@ public:
         return blMatches;
     }
 
-    /** "%s" */
+    /** "%s"; a zero byte ends it, as it ends a C string. Nothing else takes one either. */
     bool Word(std::string_view& svWord)
     {
         SkipSpace();
-        svWord = TakeWhile([](char c) { return !IsSpace(c); });
+        svWord = TakeWhile([](char c) { return c != '\0' && !IsSpace(c); });
         return !svWord.empty();
     }
 
@@ -62,22 +61,25 @@ public:
         return nWords == 0;
     }
 
-    /** "%llu": a sign is read, and a number too large is the largest. */
+    /** "%llu": a sign is read, and a number too large is the largest. The value is written on success. */
     bool Number(unsigned long long& ullValue)
     {
         const bool blNegative = TakeSign() == '-';
         const std::string_view svDigits = TakeWhile(IsDecimal);
-        ullValue = 0;
+        if (svDigits.empty()) {
+            return false;
+        }
+        unsigned long long ullNumber = 0;
         for (const char c : svDigits) {
             const auto ullDigit = static_cast<unsigned long long>(c - '0');
-            if (ullValue > (ULLONG_MAX - ullDigit) / 10) {
+            if (ullNumber > (ULLONG_MAX - ullDigit) / 10) {
                 ullValue = ULLONG_MAX;
                 return true;
             }
-            ullValue = ullValue * 10 + ullDigit;
+            ullNumber = ullNumber * 10 + ullDigit;
         }
-        ullValue = blNegative ? 0 - ullValue : ullValue;
-        return !svDigits.empty();
+        ullValue = blNegative ? 0 - ullNumber : ullNumber;
+        return true;
     }
 
     /** "%*d" */
