@@ -1,6 +1,7 @@
 #include "core/file_text.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 
@@ -15,15 +16,16 @@ bool FileRead(const std::string& strPath, std::string& strText)
     if (!fd.IsOpen()) {
         return false;
     }
-    constexpr size_t kStep = size_t{64} * 1024;
-    size_t cbText = 0;
+    // More than /proc gives at a time. Not read into the text itself, which would have to be filled with zeros.
+    std::array<char, size_t{16} * 1024> piece;
+    strText.clear();
     ssize_t cbRead = 0;
     do {
-        strText.resize(std::max(strText.capacity(), cbText + kStep));
-        cbRead = read(fd.Get(), strText.data() + cbText, strText.size() - cbText);
-        cbText += cbRead > 0 ? static_cast<size_t>(cbRead) : 0;
+        cbRead = read(fd.Get(), piece.data(), piece.size());
+        if (cbRead > 0) {
+            strText.append(piece.data(), static_cast<size_t>(cbRead));
+        }
     } while (cbRead > 0 || (cbRead < 0 && errno == EINTR));
-    strText.resize(cbText);
     return true;
 }
 
