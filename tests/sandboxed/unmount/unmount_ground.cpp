@@ -29,23 +29,8 @@ std::string TargetText(const std::string& relation, const std::string& services)
 } // namespace
 
 VolumeUser::VolumeUser(const std::string& folder, const std::string& unit)
-    : m_process(std::make_unique<OtherProcess>([folder] {
-        VeskGround::Require(chdir(folder.c_str()), "change to", folder);
-        WriteText("/tmp/volume-user-is-there", "");
-        return Eventually([] { return false; }, std::chrono::minutes(10)) ? 0 : 1;
-    }))
-    , m_membership("/proc/" + std::to_string(m_process->Pid()) + "/cgroup")
+    : ServiceProcess(unit, [folder] { VeskGround::Require(chdir(folder.c_str()), "change to", folder); })
 {
-    Eventually([] { return Exists("/tmp/volume-user-is-there"); });
-    RemoveAll("/tmp/volume-user-is-there");
-    const std::string shown = "/tmp/membership-" + unit;
-    WriteText(shown, "0::/\n1:name=systemd:/system.slice/" + unit + "\n");
-    VeskGround::Require(mount(shown.c_str(), m_membership.c_str(), nullptr, MS_BIND, nullptr), "bind", shown);
-}
-
-VolumeUser::~VolumeUser()
-{
-    umount2(m_membership.c_str(), MNT_DETACH);
 }
 
 UnmountTest::UnmountTest()

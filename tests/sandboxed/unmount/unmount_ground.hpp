@@ -1,9 +1,7 @@
 #pragma once
 
 #include <gmock/gmock.h>
-#include <memory>
 #include <string>
-#include <sys/types.h>
 #include <vector>
 #include <vesksystemd.hpp>
 
@@ -14,6 +12,7 @@
 #include "library_log.hpp"
 #include "platform_spy.hpp"
 #include "process_list.hpp"
+#include "service_process.hpp"
 #include "systemctl_script.hpp"
 #include "unit_files.hpp"
 
@@ -35,18 +34,11 @@ constexpr const char* kReload = "daemon-reload";
 constexpr const char* kStartBegin = "start --job-mode=replace-irreversibly unmount-volume-begin.target";
 constexpr const char* kStartEnd = "start unmount-volume-end.target";
 
-// A process with its working directory on the volume, which a unit holds, as systemd's hierarchy tells.
-class VolumeUser
+// A process of a unit with its working directory on the volume.
+class VolumeUser : public ServiceProcess
 {
 public:
     VolumeUser(const std::string& folder, const std::string& unit);
-    ~VolumeUser();
-    VolumeUser(const VolumeUser&) = delete;
-    VolumeUser& operator=(const VolumeUser&) = delete;
-
-private:
-    std::unique_ptr<OtherProcess> m_process;
-    std::string m_membership;
 };
 
 // A machine with a volume mounted at /volume1, which nothing uses, and without units; systemctl does all that

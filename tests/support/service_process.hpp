@@ -1,0 +1,33 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <sys/types.h>
+
+#include "children.hpp"
+
+namespace VeskTest
+{
+
+// Only inside a sandbox. A forked child that a unit holds, as systemd's hierarchy tells.
+class ServiceProcess
+{
+public:
+    // HOLD runs in the child, which stays afterwards as it is, or becomes another program in it.
+    ServiceProcess(const std::string& unit, const std::function<void()>& hold);
+    ~ServiceProcess();
+    ServiceProcess(const ServiceProcess&) = delete;
+    ServiceProcess& operator=(const ServiceProcess&) = delete;
+
+    pid_t Pid() const { return m_process->Pid(); }
+
+    // Leaves it as a zombie.
+    void Kill() const { m_process->Kill(); }
+
+private:
+    std::unique_ptr<OtherProcess> m_process;
+    std::string m_membership;
+};
+
+} // namespace VeskTest
