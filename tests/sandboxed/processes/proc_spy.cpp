@@ -1,0 +1,179 @@
+#include "proc_spy.hpp"
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <dlfcn.h>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <utility>
+
+#include "descriptor.hpp"
+
+namespace VeskTest
+{
+
+namespace
+{
+
+ProcSpy* currentSpy = nullptr;
+
+template <typename Function>
+Function* Next(const char* name)
+{
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+int TextOpened(const std::string& text)
+{
+    const int descriptor = memfd_create("shown", MFD_CLOEXEC);
+    VeskGround::WriteAll(descriptor, text, "a shown file");
+    lseek(descriptor, 0, SEEK_SET);
+    return descriptor;
+}
+
+} // namespace
+
+ProcSpy::ProcSpy()
+{
+    currentSpy = this;
+}
+
+ProcSpy::~ProcSpy()
+{
+    currentSpy = nullptr;
+}
+
+std::vector<std::string> ProcSpy::TakeOpened()
+{
+    return std::exchange(m_opened, {});
+}
+
+void ProcSpy::Show(const std::string& path, const std::string& text)
+{
+    Replace(path, [text] { return TextOpened(text); });
+}
+
+void ProcSpy::Hide(const std::string& path)
+{
+    Replace(path, [] {
+        errno = ENOENT;
+        return -1;
+    });
+}
+
+void ProcSpy::Replace(const std::string& path, std::function<int()> open)
+{
+    m_replaced[path] = std::move(open);
+}
+
+void ProcSpy::Before(const std::string& path, std::function<void()> action)
+{
+    m_before[path] = std::move(action);
+}
+
+void ProcSpy::BeforeProcess(const std::string& entry, std::function<void()> action)
+{
+    m_beforeProcess[entry] = std::move(action);
+}
+
+void ProcSpy::HideProcesses()
+{
+    m_processesHidden = true;
+}
+
+void ProcSpy::Run(const Actions& actions, const std::string& name)
+{
+    const auto it = actions.find(name);
+    if (it != actions.end()) {
+        it->second();
+    }
+}
+
+bool ProcSpy::Open(const std::string& path, int& descriptor)
+{
+    if (path.rfind("/proc/", 0) == 0) {
+        m_opened.push_back(path);
+    }
+    Run(m_before, path);
+    const auto it = m_replaced.find(path);
+    if (it == m_replaced.end()) {
+        return false;
+    }
+    descriptor = it->second();
+    return true;
+}
+
+bool ProcSpy::OpenFolder(const std::string& path)
+{
+    Run(m_before, path);
+    if (m_processesHidden && path == "/proc/") {
+        errno = EMFILE;
+        return false;
+    }
+    return true;
+}
+
+void ProcSpy::FolderIsOpen(const std::string& path, const DIR* folder)
+{
+    if (path == "/proc/") {
+        m_processes = folder;
+    }
+}
+
+dirent* ProcSpy::Read(DIR* folder, const std::function<dirent*()>& read)
+{
+    if (folder != m_processes) {
+        return read();
+    }
+    if (!m_added.empty()) {
+        std::snprintf(m_entry.d_name, sizeof m_entry.d_name, "%s", std::exchange(m_added, "").c_str());
+        return &m_entry;
+    }
+    dirent* entry = read();
+    if (entry != nullptr) {
+        Run(m_beforeProcess, entry->d_name);
+    } else {
+        m_processes = nullptr;
+    }
+    return entry;
+}
+
+} // namespace VeskTest
+
+extern "C" {
+
+[[gnu::visibility("default")]] int open(const char* path, int flags, ...)
+{
+    static const auto real = VeskTest::Next<int(const char*, int, ...)>("open");
+    std::va_list arguments;
+    va_start(arguments, flags);
+    // There may be none; nobody looks at it then.
+    const auto mode = va_arg(arguments, unsigned);
+    va_end(arguments);
+    int descriptor = -1;
+    VeskTest::ProcSpy* spy = VeskTest::currentSpy;
+    return spy != nullptr && spy->Open(path, descriptor) ? descriptor : real(path, flags, mode);
+}
+
+[[gnu::visibility("default")]] DIR* opendir(const char* name)
+{
+    static const auto real = VeskTest::Next<DIR*(const char*)>("opendir");
+    VeskTest::ProcSpy* spy = VeskTest::currentSpy;
+    if (spy != nullptr && !spy->OpenFolder(name)) {
+        return nullptr;
+    }
+    DIR* folder = real(name);
+    if (spy != nullptr) {
+        spy->FolderIsOpen(name, folder);
+    }
+    return folder;
+}
+
+[[gnu::visibility("default")]] dirent* readdir(DIR* folder)
+{
+    static const auto real = VeskTest::Next<dirent*(DIR*)>("readdir");
+    VeskTest::ProcSpy* spy = VeskTest::currentSpy;
+    return spy != nullptr ? spy->Read(folder, [folder] { return real(folder); }) : real(folder);
+}
+}

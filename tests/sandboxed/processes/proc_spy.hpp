@@ -1,0 +1,62 @@
+// What the library reads of /proc, seen and replaced from this program: it defines open(), opendir() and
+// readdir() itself and passes them on.
+#pragma once
+
+#include <dirent.h>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace VeskTest
+{
+
+// One at a time.
+class ProcSpy
+{
+public:
+    ProcSpy();
+    ~ProcSpy();
+    ProcSpy(const ProcSpy&) = delete;
+    ProcSpy& operator=(const ProcSpy&) = delete;
+
+    // The files below /proc that were to be opened since the last call, in their order.
+    std::vector<std::string> TakeOpened();
+
+    // From now on that text is read in place of the file.
+    void Show(const std::string& path, const std::string& text);
+    // From now on the file cannot be opened.
+    void Hide(const std::string& path);
+    // From now on OPEN opens the file.
+    void Replace(const std::string& path, std::function<int()> open);
+
+    // Runs before the file or folder is opened.
+    void Before(const std::string& path, std::function<void()> action);
+    // Runs before an entry of /proc is given.
+    void BeforeProcess(const std::string& entry, std::function<void()> action);
+
+    // From now on the list of processes cannot be opened, or begins with another entry.
+    void HideProcesses();
+    void AddProcess(const std::string& entry) { m_added = entry; }
+
+    // For the calls that stand for the C library's.
+    bool Open(const std::string& path, int& descriptor);
+    bool OpenFolder(const std::string& path);
+    void FolderIsOpen(const std::string& path, const DIR* folder);
+    dirent* Read(DIR* folder, const std::function<dirent*()>& read);
+
+private:
+    using Actions = std::map<std::string, std::function<void()>>;
+    static void Run(const Actions& actions, const std::string& name);
+
+    std::vector<std::string> m_opened;
+    std::map<std::string, std::function<int()>> m_replaced;
+    Actions m_before;
+    Actions m_beforeProcess;
+    bool m_processesHidden = false;
+    std::string m_added;
+    const DIR* m_processes = nullptr;
+    dirent m_entry{};
+};
+
+} // namespace VeskTest
