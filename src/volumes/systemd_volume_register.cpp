@@ -3,19 +3,25 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
-#include <fstream>
-#include <json/json.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/c_forms.hpp"
+#include "core/file_text.hpp"
 #include "core/log.hpp"
 #include "core/unique_fd.hpp"
+#include "volumes/volume_array.hpp"
 
 using std::string;
 using VESK::Systemd::CForm;
 using VESK::Systemd::FileLock;
+using VESK::Systemd::FileRead;
 using VESK::Systemd::UniqueFd;
+using VESK::Systemd::VolumeArray;
+using VESK::Systemd::VolumeArrayParse;
+using VESK::Systemd::VolumeArrayText;
+using VESK::Systemd::VolumeElement;
+using VESK::Systemd::VolumeElementMake;
+using VESK::Systemd::VolumeElements;
 
 namespace
 {
@@ -45,37 +51,23 @@ Registry PackageRegistry(const string& strPackage)
     return {PackageDirectory(strPackage) + "/etc/veskpkg_conf/", kRegistryFile};
 }
 
-bool Parse(std::istream& stream, Json::Value& value)
-{
-    Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
-    builder["strictRoot"] = false;
-    try {
-        return Json::parseFromStream(builder, stream, &value, nullptr);
-    } catch (const std::exception&) {
-        return false;
-    }
-}
-
 /** The registered volumes; none when there is no file yet. */
-bool Read(const string& strPath, Json::Value& volumes)
+bool Read(const string& strPath, VolumeElements& vecElements)
 {
-    volumes = Json::Value(Json::arrayValue);
     if (access(strPath.c_str(), F_OK) != 0) {
         return true;
     }
-    std::ifstream stream(strPath);
-    if (!stream || !Parse(stream, volumes)) {
+    string strText;
+    const VolumeArray result =
+        FileRead(strPath, strText) ? VolumeArrayParse(strText, vecElements) : VolumeArray::NotJson;
+    if (result == VolumeArray::NotJson) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to read volume register file [%s]", VESK_HERE,
                  strPath.c_str());
-        return false;
-    }
-    if (!volumes.isArray()) {
+    } else if (result == VolumeArray::NotAnArray) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Volume register file [%s] is not an json array", VESK_HERE,
                  strPath.c_str());
-        return false;
     }
-    return true;
+    return result == VolumeArray::Read;
 }
 
 bool WriteAll(int fd, std::string_view svText)
@@ -91,11 +83,8 @@ bool WriteAll(int fd, std::string_view svText)
 }
 
 /** Writes a file so that it is on the disk when this returns. */
-bool Dump(const string& strPath, const Json::Value& volumes)
+bool Dump(const string& strPath, const string& strText)
 {
-    Json::StreamWriterBuilder builder;
-    builder["emitUTF8"] = true;
-    const string strText = Json::writeString(builder, volumes) + "\n";
     UniqueFd fd(open(strPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
     return fd.IsOpen() && WriteAll(fd.Get(), strText) && fsync(fd.Get()) == 0 && fd.Close();
 }
@@ -110,12 +99,12 @@ bool Replace(const string& strFrom, const Registry& registry)
     return directory.IsOpen() && fsync(directory.Get()) == 0;
 }
 
-bool Write(const Registry& registry, const Json::Value& volumes)
+bool Write(const Registry& registry, const VolumeElements& vecElements)
 {
     const string strPath = registry.PathGet();
     const string strTemporary = strPath + ".tmp." + std::to_string(getpid());
     bool blResult = false;
-    if (!Dump(strTemporary, volumes)) {
+    if (!Dump(strTemporary, VolumeArrayText(vecElements))) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to dump json file to [%s]", VESK_HERE,
                  strTemporary.c_str());
     } else if (!Replace(strTemporary, registry)) {
@@ -128,15 +117,15 @@ bool Write(const Registry& registry, const Json::Value& volumes)
     return blResult;
 }
 
-bool IsVolume(const Json::Value& element, const string& strVolume)
+bool IsVolume(const VolumeElement& element, const string& strVolume)
 {
-    return element.isString() && element.asString() == strVolume;
+    return element.blString && element.strVolume == strVolume;
 }
 
-bool IsRegistered(const Json::Value& volumes, const string& strVolume)
+bool IsRegistered(const VolumeElements& vecElements, const string& strVolume)
 {
-    return std::any_of(volumes.begin(), volumes.end(),
-                       [&](const Json::Value& element) { return IsVolume(element, strVolume); });
+    return std::any_of(vecElements.begin(), vecElements.end(),
+                       [&](const VolumeElement& element) { return IsVolume(element, strVolume); });
 }
 
 /** Runs a change of the registries while nobody else changes one. */
@@ -160,41 +149,39 @@ bool Register(const Registry& registry, const string& strVolume)
                      registry.strDirectory.c_str(), VESK_PLATFORM_ERROR);
             return false;
         }
-        Json::Value volumes;
-        if (!Read(registry.PathGet(), volumes)) {
+        VolumeElements vecElements;
+        if (!Read(registry.PathGet(), vecElements)) {
             return false;
         }
-        if (IsRegistered(volumes, strVolume)) {
+        if (IsRegistered(vecElements, strVolume)) {
             return true;
         }
-        volumes.append(strVolume);
-        return Write(registry, volumes);
+        vecElements.push_back(VolumeElementMake(strVolume));
+        return Write(registry, vecElements);
     });
 }
 
 bool Unregister(const Registry& registry, const string& strVolume)
 {
     return Locked([&] {
-        Json::Value volumes;
-        if (!Read(registry.PathGet(), volumes)) {
+        VolumeElements vecElements;
+        if (!Read(registry.PathGet(), vecElements)) {
             return false;
         }
-        Json::Value remaining(Json::arrayValue);
-        for (const Json::Value& element : volumes) {
-            if (!IsVolume(element, strVolume)) {
-                remaining.append(element);
-            }
-        }
-        return Write(registry, remaining);
+        vecElements.erase(
+            std::remove_if(vecElements.begin(), vecElements.end(),
+                           [&](const VolumeElement& element) { return IsVolume(element, strVolume); }),
+            vecElements.end());
+        return Write(registry, vecElements);
     });
 }
 
 bool IsAnyRegistered(const Registry& registry, const std::vector<string>& vecVolumes)
 {
-    Json::Value volumes;
-    return Read(registry.PathGet(), volumes) &&
+    VolumeElements vecElements;
+    return Read(registry.PathGet(), vecElements) &&
            std::any_of(vecVolumes.begin(), vecVolumes.end(),
-                       [&](const string& strVolume) { return IsRegistered(volumes, strVolume); });
+                       [&](const string& strVolume) { return IsRegistered(vecElements, strVolume); });
 }
 
 bool IsVolumePath(const string& strVolume)
