@@ -74,7 +74,7 @@ bool WriteAll(int fd, std::string_view svText)
 {
     while (!svText.empty()) {
         const ssize_t cbWritten = write(fd, svText.data(), svText.size());
-        if (cbWritten < 0 && errno != EINTR) {
+        if (cbWritten == 0 || (cbWritten < 0 && errno != EINTR)) {
             return false;
         }
         svText.remove_prefix(cbWritten < 0 ? 0 : static_cast<size_t>(cbWritten));
@@ -82,21 +82,33 @@ bool WriteAll(int fd, std::string_view svText)
     return true;
 }
 
-/** Writes a file so that it is on the disk when this returns. */
+bool Sync(int fd)
+{
+    int nResult = 0;
+    do {
+        nResult = fsync(fd);
+    } while (nResult != 0 && errno == EINTR);
+    return nResult == 0;
+}
+
+/** Writes a new file so that it is on the disk when this returns. */
 bool Dump(const string& strPath, const string& strText)
 {
-    UniqueFd fd(open(strPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644));
-    return fd.IsOpen() && WriteAll(fd.Get(), strText) && fsync(fd.Get()) == 0 && fd.Close();
+    // What a killed process of the same id has left goes; what a link points at is nobody's to be written.
+    unlink(strPath.c_str());
+    UniqueFd fd(open(strPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
+    return fd.IsOpen() && WriteAll(fd.Get(), strText) && Sync(fd.Get()) && fd.Close();
 }
 
 /** Moves a file onto another so that the disk holds the one or the other, whenever the power goes. */
 bool Replace(const string& strFrom, const Registry& registry)
 {
-    if (rename(strFrom.c_str(), registry.PathGet().c_str()) != 0) {
+    const UniqueFd directory(open(registry.strDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!directory.IsOpen() || rename(strFrom.c_str(), registry.PathGet().c_str()) != 0) {
         return false;
     }
-    const UniqueFd directory(open(registry.strDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return directory.IsOpen() && fsync(directory.Get()) == 0;
+    // A file system that has nothing to sync for a directory says EINVAL.
+    return Sync(directory.Get()) || errno == EINVAL;
 }
 
 bool Write(const Registry& registry, const VolumeElements& vecElements)
