@@ -150,7 +150,10 @@ bool Locked(Change&& change)
                  lock.PathGet().c_str());
         return false;
     }
-    return change();
+    const bool blResult = change();
+    // Closing alone would leave the lock to a child that another thread has forked meanwhile.
+    lock.Release();
+    return blResult;
 }
 
 bool Register(const Registry& registry, const string& strVolume)
