@@ -12,7 +12,7 @@ namespace VESK::Systemd
 
 bool FileRead(const std::string& strPath, std::string& strText)
 {
-    const UniqueFd fd(open(strPath.c_str(), O_RDONLY | O_CLOEXEC));
+    const UniqueFd fd(open(strPath.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     if (!fd.IsOpen()) {
         return false;
     }

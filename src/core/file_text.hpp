@@ -8,7 +8,8 @@ namespace VESK::Systemd
 
 /**
  * Reads a file into `strText`, whose memory is used again. False when it cannot be opened. A file that cannot
- * be read to its end, as that of a process that ends meanwhile, gives what could be read.
+ * be read to its end, as that of a process that ends meanwhile, gives what could be read; a pipe is not waited
+ * for.
  */
 bool FileRead(const std::string& strPath, std::string& strText);
 
