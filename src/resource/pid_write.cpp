@@ -7,16 +7,15 @@ namespace VESK::Systemd
 
 PidWriteResult PidWrite(const char* szPath, int nPid)
 {
+    PidWriteResult result;
     FILE* pStream = fopen(szPath, "we");
-    if (pStream == nullptr) {
-        return PidWriteResult::NotOpened;
+    if (pStream != nullptr) {
+        result.blOpened = true;
+        result.blWritten = fprintf(pStream, "%d", nPid) >= 0;
+        // The kernel gets the id, and may refuse it, when the stream is closed.
+        result.blClosed = fclose(pStream) == 0;
     }
-    const bool blWritten = fprintf(pStream, "%d", nPid) >= 0;
-    const bool blClosed = fclose(pStream) == 0;
-    if (!blWritten) {
-        return PidWriteResult::NotWritten;
-    }
-    return blClosed ? PidWriteResult::Done : PidWriteResult::NotClosed;
+    return result;
 }
 
 } // namespace VESK::Systemd

@@ -29,21 +29,21 @@ bool MoveToCgroupSlice(const std::string& strSlice, const std::string& strHierar
         return false;
     }
     const int nPid = getpid();
-    switch (PidWrite(strPath.c_str(), nPid)) {
-    case PidWriteResult::Done:
-        return true;
-    case PidWriteResult::NotOpened:
+    const PidWriteResult result = PidWrite(strPath.c_str(), nPid);
+    if (!result.blOpened) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to open %s", VESK_HERE, strPath.c_str());
         return false;
-    case PidWriteResult::NotWritten:
+    }
+    if (!result.blWritten) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to write pid[%d] to %s", VESK_HERE, nPid,
                  strPath.c_str());
         return false;
-    case PidWriteResult::NotClosed:
+    }
+    if (!result.blClosed) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: fclose failed", VESK_HERE);
         return false;
     }
-    return false;
+    return true;
 }
 
 } // namespace VESK::Systemd

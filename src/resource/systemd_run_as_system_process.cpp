@@ -6,27 +6,24 @@
 #include "core/log.hpp"
 #include "resource/pid_write.hpp"
 
-using VESK::Systemd::PidWriteResult;
-
 bool VESKSystemdRunAsSystemProcess()
 {
     const int nPid = getpid();
     VESK_LOG(LOG_INFO, "%s:%d vesksystemd: Start moving process pid[%d] out of cgroup", VESK_HERE, nPid);
-    switch (VESK::Systemd::PidWrite("/sys/fs/cgroup/systemd/tasks", nPid)) {
-    case PidWriteResult::Done:
-        return true;
-    case PidWriteResult::NotOpened:
+    const VESK::Systemd::PidWriteResult result =
+        VESK::Systemd::PidWrite("/sys/fs/cgroup/systemd/tasks", nPid);
+    if (!result.blOpened) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to open szfDefaultTaskPath", VESK_HERE);
         return false;
-    case PidWriteResult::NotWritten:
+    }
+    if (!result.blWritten) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to write pid[%d] to szfDefaultTaskPath", VESK_HERE,
                  nPid);
-        return false;
-    case PidWriteResult::NotClosed:
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: fclose failed", VESK_HERE);
-        return false;
     }
-    return false;
+    if (!result.blClosed) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: fclose failed", VESK_HERE);
+    }
+    return result.blWritten && result.blClosed;
 }
 
 int VESKCSystemdRunAsSystemProcess(void)
