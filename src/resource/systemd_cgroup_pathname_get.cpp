@@ -3,13 +3,11 @@
 #include "core/file_text.hpp"
 #include "core/log.hpp"
 
-#include <boost/format.hpp>
-
 bool VESKSystemdCgroupPathnameGet(int nPid, const std::string& strHierarchy, std::string& strPath)
 {
     try {
         std::string strText;
-        if (!VESK::Systemd::FileRead((boost::format("/proc/%1%/cgroup") % nPid).str(), strText)) {
+        if (!VESK::Systemd::FileRead("/proc/" + std::to_string(nPid) + "/cgroup", strText)) {
             return false;
         }
         VESK::Systemd::Lines lines(strText);
