@@ -13,6 +13,14 @@ inline bool IsDirectory(const std::string& strPath)
     return stat(strPath.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+/** The same, but a symbolic link to one is none. */
+inline bool IsOwnDirectory(const std::string& strPath)
+{
+    struct stat status {
+    };
+    return lstat(strPath.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
 /** The text after the last "/". */
 inline std::string BaseName(const std::string& strPath)
 {

@@ -1,11 +1,16 @@
 #include "vesksystemd.hpp"
 
+#include <cerrno>
+#include <fcntl.h>
+#include <system_error>
+#include <unistd.h>
+
 #include "core/file_system.hpp"
-#include "core/file_text.hpp"
 #include "core/glob_result.hpp"
 #include "core/log.hpp"
 #include "core/pause.hpp"
 #include "core/text.hpp"
+#include "core/unique_fd.hpp"
 
 using VESK::Systemd::GlobResult;
 using VESK::Systemd::Joined;
@@ -17,11 +22,28 @@ namespace
 
 constexpr unsigned long kDefaultGraceSeconds = 10;
 
+/** Whether a file holds anything. What is not there, or goes meanwhile as a cgroup does, holds nothing. */
+bool HoldsText(const std::string& strPath)
+{
+    const VESK::Systemd::UniqueFd fd(open(strPath.c_str(), O_RDONLY | O_CLOEXEC));
+    ssize_t cbRead = -1;
+    if (fd.IsOpen()) {
+        char cFirst = 0;
+        do {
+            cbRead = read(fd.Get(), &cFirst, sizeof cFirst);
+        } while (cbRead < 0 && errno == EINTR);
+    }
+    if (cbRead < 0 && errno != ENOENT && errno != ENODEV) {
+        throw std::system_error(errno, std::generic_category(), strPath);
+    }
+    return cbRead > 0;
+}
+
+/** What cannot be looked at is taken to be alive. */
 bool HoldsProcess(const std::string& strFolder)
 {
     try {
-        std::string strProcesses;
-        return VESK::Systemd::FileRead(strFolder + "/cgroup.procs", strProcesses) && !strProcesses.empty();
+        return HoldsText(strFolder + "/cgroup.procs");
     } catch (const std::exception& error) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to check cgruop procs: [%s]", VESK_HERE, error.what());
     } catch (...) {
@@ -34,9 +56,12 @@ bool HoldsProcess(const std::string& strFolder)
 void LiveUnitsAppend(const std::string& strFolder, Texts& vecUnits)
 {
     GlobResult entries;
-    entries.Add(strFolder, "/*");
+    if (entries.Add(strFolder, "/*") != 0) {
+        return;
+    }
     for (const std::string strEntry : entries) {
-        if (!VESK::Systemd::IsDirectory(strEntry)) {
+        // A symbolic link is no cgroup, and following it might never end.
+        if (!VESK::Systemd::IsOwnDirectory(strEntry)) {
             continue;
         }
         if (HoldsProcess(strEntry)) {
