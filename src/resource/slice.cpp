@@ -13,16 +13,20 @@ namespace VESK::Systemd
 namespace
 {
 
-/** Whether a process has ended: there is nothing of it left, or only its exit status. */
+/** Whether a process has ended, or is about to: what is sampled goes before its last trace does. */
 bool IsGone(int nPid)
 {
+    const std::string strFolder = "/proc/" + std::to_string(nPid);
     std::string strText;
-    if (!FileRead("/proc/" + std::to_string(nPid) + "/stat", strText)) {
-        return access(("/proc/" + std::to_string(nPid)).c_str(), F_OK) != 0;
+    if (!FileRead(strFolder + "/stat", strText)) {
+        return access(strFolder.c_str(), F_OK) != 0;
     }
     // The state follows the name, which stands in parentheses and may hold some of its own.
-    const std::string strState = strText.substr(std::min(strText.rfind(')') + 2, strText.size()), 1);
-    return strState.empty() || strState == "Z" || strState == "X";
+    std::vector<std::string> vecFields;
+    Split(strText.substr(std::min(strText.rfind(')') + 1, strText.size())), vecFields, " ");
+    constexpr unsigned long kExiting = 0x4;
+    return vecFields.size() < 7 || vecFields[0] == "Z" || vecFields[0] == "X" ||
+           (std::stoul(vecFields[6]) & kExiting) != 0;
 }
 
 /** Adds a sample of the process unless it has ended. False when it lives and cannot be sampled. */
