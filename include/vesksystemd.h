@@ -312,8 +312,8 @@ VESK_API int VESKCSystemdDefaultTargetSetInGenerator(const char* szDefaultTarget
 
 /* ---- Slices and cgroups -------------------------------------------------------------------------------- */
 /*
- * The movers move the calling process: of a process with several threads the whole process, by its first
- * thread. A slice is a name without "/" that ends in ".slice", and its cgroup must be there.
+ * The movers move the calling process; of one with several threads the first thread, and no other. A slice
+ * is a name without "/" that ends in ".slice", and its cgroup must be there.
  */
 
 /** The slice of the calling process in the hierarchy "veskmonitor". */
