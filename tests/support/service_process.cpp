@@ -1,11 +1,9 @@
 #include "service_process.hpp"
 
-#include <sys/mount.h>
 #include <unistd.h>
 
 #include "descriptor.hpp"
 #include "error.hpp"
-#include "files.hpp"
 
 namespace VeskTest
 {
@@ -27,15 +25,8 @@ ServiceProcess::ServiceProcess(const std::string& unit, const std::function<void
     char nothing = 0;
     VeskGround::Require(read(ready.read.Get(), &nothing, 1), "wait for", "a test's child");
 
-    m_membership = "/proc/" + std::to_string(Pid()) + "/cgroup";
-    const std::string shown = "/tmp/membership-" + unit;
-    WriteText(shown, "0::/\n1:name=systemd:/system.slice/" + unit + "\n");
-    VeskGround::Require(mount(shown.c_str(), m_membership.c_str(), nullptr, MS_BIND, nullptr), "bind", shown);
-}
-
-ServiceProcess::~ServiceProcess()
-{
-    umount2(m_membership.c_str(), MNT_DETACH);
+    m_membership.emplace("/proc/" + std::to_string(Pid()) + "/cgroup",
+                         "0::/\n1:name=systemd:/system.slice/" + unit + "\n");
 }
 
 } // namespace VeskTest

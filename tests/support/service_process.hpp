@@ -2,10 +2,12 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <sys/types.h>
 
 #include "children.hpp"
+#include "shown_file.hpp"
 
 namespace VeskTest
 {
@@ -16,9 +18,6 @@ class ServiceProcess
 public:
     // HOLD runs in the child, which stays afterwards as it is, or becomes another program in it.
     ServiceProcess(const std::string& unit, const std::function<void()>& hold);
-    ~ServiceProcess();
-    ServiceProcess(const ServiceProcess&) = delete;
-    ServiceProcess& operator=(const ServiceProcess&) = delete;
 
     pid_t Pid() const { return m_process->Pid(); }
 
@@ -27,7 +26,7 @@ public:
 
 private:
     std::unique_ptr<OtherProcess> m_process;
-    std::string m_membership;
+    std::optional<ShownFile> m_membership;
 };
 
 } // namespace VeskTest

@@ -11,6 +11,7 @@ namespace
 
 struct Question {
     std::optional<int> answer;
+    std::string ending;
     std::string pattern;
     int flags = 0;
     bool hadCallback = false;
@@ -22,11 +23,18 @@ Question& Last()
     return question;
 }
 
+bool EndsWith(const std::string& text, const std::string& ending)
+{
+    return text.size() >= ending.size() &&
+           text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
+}
+
 } // namespace
 
-GlobFault::GlobFault(int answer)
+GlobFault::GlobFault(int answer, const std::string& ending)
 {
     Last().answer = answer;
+    Last().ending = ending;
 }
 
 GlobFault::~GlobFault()
@@ -60,7 +68,7 @@ extern "C" [[gnu::visibility("default")]] int glob(const char* pattern, int flag
     last.pattern = pattern;
     last.flags = flags;
     last.hadCallback = callback != nullptr;
-    if (last.answer) {
+    if (last.answer && VeskTest::EndsWith(last.pattern, last.ending)) {
         return *last.answer;
     }
     using Glob = int (*)(const char*, int, ErrorCallback, glob_t*);

@@ -7,11 +7,11 @@
 namespace VeskTest
 {
 
-// While it lives, glob finds nothing and answers so.
+// While it lives, glob finds nothing and answers so, for patterns with that ending.
 class GlobFault
 {
 public:
-    explicit GlobFault(int answer);
+    explicit GlobFault(int answer, const std::string& ending = "");
     ~GlobFault();
     GlobFault(const GlobFault&) = delete;
     GlobFault& operator=(const GlobFault&) = delete;
