@@ -1,0 +1,182 @@
+#include "call_faults.hpp"
+
+#include <cerrno>
+#include <cstdarg>
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <string_view>
+#include <unistd.h>
+#include <veskcore.h>
+
+namespace VeskTest
+{
+
+namespace
+{
+
+// Looked at from the first call of the program on, before anything is constructed.
+struct Faults {
+    const std::string* openEnding = nullptr;
+    const std::function<int()>* onOpen = nullptr;
+    int readError = 0;
+    int failingReads = 0;
+    bool printingFails = false;
+    bool closingFails = false;
+    const std::function<void(const std::string&)>* onKey = nullptr;
+};
+Faults faults;
+
+// What an OpenFault and a KeyReading, one at a time, have been made with.
+std::string openEnding;
+std::function<int()> onOpen;
+std::function<void(const std::string&)> onKey;
+
+template <typename Function>
+Function* Original(const char* name)
+{
+    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+bool IsFaulty(std::string_view path)
+{
+    return faults.onOpen != nullptr && path.size() >= faults.openEnding->size() &&
+           path.substr(path.size() - faults.openEnding->size()) == *faults.openEnding;
+}
+
+int FailedOpen()
+{
+    errno = (*faults.onOpen)();
+    return -1;
+}
+
+int Print(FILE* stream, const char* format, va_list arguments)
+{
+    if (faults.printingFails) {
+        errno = ENOSPC;
+        return -1;
+    }
+    return vfprintf(stream, format, arguments);
+}
+
+} // namespace
+
+OpenFault::OpenFault(std::string ending, std::function<int()> action)
+{
+    openEnding = std::move(ending);
+    onOpen = std::move(action);
+    faults.openEnding = &openEnding;
+    faults.onOpen = &onOpen;
+}
+
+OpenFault::~OpenFault()
+{
+    faults.onOpen = nullptr;
+}
+
+ReadFault::ReadFault(int error, int times)
+{
+    faults.readError = error;
+    faults.failingReads = times;
+}
+
+ReadFault::~ReadFault()
+{
+    faults.failingReads = 0;
+}
+
+StreamFault::StreamFault(Closing closing)
+{
+    faults.printingFails = true;
+    faults.closingFails = closing == Closing::Fails;
+}
+
+StreamFault::~StreamFault()
+{
+    faults.printingFails = false;
+    faults.closingFails = false;
+}
+
+KeyReading::KeyReading(std::function<void(const std::string&)> action)
+{
+    onKey = std::move(action);
+    faults.onKey = &onKey;
+}
+
+KeyReading::~KeyReading()
+{
+    faults.onKey = nullptr;
+}
+
+} // namespace VeskTest
+
+using VeskTest::faults;
+
+// In place of the libraries' own, for which they have to be seen.
+#pragma GCC visibility push(default)
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name,cert-dcl37-c): the headers' own names
+
+extern "C" {
+
+int open(const char* path, int flags, ...)
+{
+    va_list arguments;
+    va_start(arguments, flags);
+    const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
+    va_end(arguments);
+    if (VeskTest::IsFaulty(path)) {
+        return VeskTest::FailedOpen();
+    }
+    static const auto real = VeskTest::Original<int(const char*, int, ...)>("open");
+    return real(path, flags, mode);
+}
+
+ssize_t read(int descriptor, void* buffer, size_t size)
+{
+    if (faults.failingReads > 0) {
+        --faults.failingReads;
+        errno = faults.readError;
+        return -1;
+    }
+    static const auto real = VeskTest::Original<ssize_t(int, void*, size_t)>("read");
+    return real(descriptor, buffer, size);
+}
+
+int fprintf(FILE* stream, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const int result = VeskTest::Print(stream, format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+int __fprintf_chk(FILE* stream, int /*flag*/, const char* format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const int result = VeskTest::Print(stream, format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+int fclose(FILE* stream)
+{
+    static const auto real = VeskTest::Original<int(FILE*)>("fclose");
+    const int result = real(stream);
+    return faults.closingFails ? EOF : result;
+}
+
+int VLIBCFileGetSectionValue(const char* path, const char* section, const char* key, char* buffer, int size)
+{
+    if (faults.onKey != nullptr) {
+        (*faults.onKey)(key);
+    }
+    static const auto real =
+        VeskTest::Original<decltype(VLIBCFileGetSectionValue)>("VLIBCFileGetSectionValue");
+    return real(path, section, key, buffer, size);
+}
+
+} // extern "C"
+
+// NOLINTEND(readability-inconsistent-declaration-parameter-name,cert-dcl37-c)
+#pragma GCC visibility pop
