@@ -9,7 +9,6 @@
 
 #include "core/directory.hpp"
 #include "core/file_text.hpp"
-#include "core/unique_fd.hpp"
 #include "resource/proc_parse.hpp"
 
 namespace VESK::Systemd
@@ -36,20 +35,26 @@ MountPathFiles::MountPathFiles(const std::string& strMntPath)
 bool MountPathFiles::IsUsedBy(int nPid, std::string& strFile)
 {
     const std::string strProcess = "/proc/" + std::to_string(nPid);
-    const UniqueFd folder(open(strProcess.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
-    return folder.IsOpen() && (IsLinkOnMountPath(folder.Get(), "cwd", strFile) ||
-                               IsLinkOnMountPath(folder.Get(), "exe", strFile) ||
-                               HoldsOpen(strProcess, strFile) || Maps(strProcess, strFile));
+    return IsLinkOnMountPath(AT_FDCWD, (strProcess + "/cwd").c_str(), strFile) ||
+           IsLinkOnMountPath(AT_FDCWD, (strProcess + "/exe").c_str(), strFile) ||
+           HoldsOpen(strProcess, strFile) || Maps(strProcess, strFile);
 }
 
-const MountPathFiles::File& MountPathFiles::OnMountPath(const std::string& strPath)
+const MountPathFiles::File& MountPathFiles::OnMountPath(std::string_view svPath)
 {
-    const auto [it, blNew] = m_mapResolved.try_emplace(strPath);
-    std::array<char, PATH_MAX> resolved{};
-    if (blNew && realpath(strPath.c_str(), resolved.data()) != nullptr && IsOnMountPath(resolved.data())) {
-        it->second = resolved.data();
+    m_strPath = svPath;
+    const auto it = m_mapResolved.find(m_strPath);
+    return it != m_mapResolved.end() ? it->second
+                                     : m_mapResolved.emplace(m_strPath, Resolved(m_strPath)).first->second;
+}
+
+MountPathFiles::File MountPathFiles::Resolved(const std::string& strPath) const
+{
+    std::array<char, PATH_MAX> resolved;
+    if (realpath(strPath.c_str(), resolved.data()) == nullptr || !IsOnMountPath(resolved.data())) {
+        return std::nullopt;
     }
-    return it->second;
+    return resolved.data();
 }
 
 bool MountPathFiles::IsOnMountPath(const std::string& strResolved) const
@@ -65,13 +70,13 @@ bool MountPathFiles::IsOnMountPath(const std::string& strResolved) const
 
 bool MountPathFiles::IsLinkOnMountPath(int fdFolder, const char* szLink, std::string& strFile)
 {
-    std::array<char, PATH_MAX> target{};
+    std::array<char, PATH_MAX> target;
     const ssize_t cbTarget = readlinkat(fdFolder, szLink, target.data(), target.size());
     // What is no file, as a socket, has no absolute path to resolve.
     if (cbTarget <= 0 || target[0] != '/') {
         return false;
     }
-    const File& file = OnMountPath(std::string(target.data(), static_cast<size_t>(cbTarget)));
+    const File& file = OnMountPath({target.data(), static_cast<size_t>(cbTarget)});
     if (file) {
         strFile = *file;
     }
@@ -103,7 +108,7 @@ bool MountPathFiles::Maps(const std::string& strProcess, std::string& strFile)
             continue;
         }
         svLast = svPath;
-        if (const File& file = OnMountPath(std::string(svPath))) {
+        if (const File& file = OnMountPath(svPath)) {
             strFile = *file;
             return true;
         }

@@ -5,7 +5,6 @@
 #include <string_view>
 #include <sys/types.h>
 #include <unordered_map>
-#include <vector>
 
 namespace VESK::Systemd
 {
@@ -27,7 +26,8 @@ private:
     using File = std::optional<std::string>;
 
     /** What a path resolves to when that lies on the mount path. */
-    const File& OnMountPath(const std::string& strPath);
+    const File& OnMountPath(std::string_view svPath);
+    File Resolved(const std::string& strPath) const;
 
     bool IsOnMountPath(const std::string& strResolved) const;
 
@@ -38,6 +38,8 @@ private:
     std::string m_strMntPath;
     dev_t m_device;
     std::unordered_map<std::string, File> m_mapResolved;
+    // Their memory is used again and again.
+    std::string m_strPath;
     std::string m_strBuffer;
 };
 
