@@ -56,9 +56,7 @@ bool HoldsProcess(const std::string& strFolder)
 void LiveUnitsAppend(const std::string& strFolder, Texts& vecUnits)
 {
     GlobResult entries;
-    if (entries.Add(strFolder, "/*") != 0) {
-        return;
-    }
+    entries.Add(strFolder, "/*");
     for (const std::string strEntry : entries) {
         // A symbolic link is no cgroup, and following it might never end.
         if (!VESK::Systemd::IsOwnDirectory(strEntry)) {
