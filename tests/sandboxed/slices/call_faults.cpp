@@ -23,6 +23,9 @@ struct Faults {
     bool printingFails = false;
     bool closingFails = false;
     const std::function<void(const std::string&)>* onKey = nullptr;
+    bool watching = false;
+    int files = 0;
+    int inherited = 0;
 };
 Faults faults;
 
@@ -41,6 +44,14 @@ bool IsFaulty(std::string_view path)
 {
     return faults.onOpen != nullptr && path.size() >= faults.openEnding->size() &&
            path.substr(path.size() - faults.openEnding->size()) == *faults.openEnding;
+}
+
+void Watch(bool inherited)
+{
+    if (faults.watching) {
+        ++faults.files;
+        faults.inherited += inherited ? 1 : 0;
+    }
 }
 
 int FailedOpen()
@@ -96,6 +107,28 @@ StreamFault::~StreamFault()
     faults.closingFails = false;
 }
 
+InheritanceWatch::InheritanceWatch()
+{
+    faults.files = 0;
+    faults.inherited = 0;
+    faults.watching = true;
+}
+
+InheritanceWatch::~InheritanceWatch()
+{
+    faults.watching = false;
+}
+
+int InheritanceWatch::Files()
+{
+    return faults.files;
+}
+
+int InheritanceWatch::Inherited()
+{
+    return faults.inherited;
+}
+
 KeyReading::KeyReading(std::function<void(const std::string&)> action)
 {
     onKey = std::move(action);
@@ -126,6 +159,7 @@ int open(const char* path, int flags, ...)
     if (VeskTest::IsFaulty(path)) {
         return VeskTest::FailedOpen();
     }
+    VeskTest::Watch((flags & O_CLOEXEC) == 0);
     static const auto real = VeskTest::Original<int(const char*, int, ...)>("open");
     return real(path, flags, mode);
 }
@@ -162,6 +196,7 @@ int __fprintf_chk(FILE* stream, int /*flag*/, const char* format, ...)
 int fclose(FILE* stream)
 {
     static const auto real = VeskTest::Original<int(FILE*)>("fclose");
+    VeskTest::Watch((fcntl(fileno(stream), F_GETFD) & FD_CLOEXEC) == 0);
     const int result = real(stream);
     return faults.closingFails ? EOF : result;
 }

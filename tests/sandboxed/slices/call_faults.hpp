@@ -46,6 +46,20 @@ public:
     StreamFault& operator=(const StreamFault&) = delete;
 };
 
+// Counts the files that are open to programs which another thread starts meanwhile. One at a time.
+class InheritanceWatch
+{
+public:
+    InheritanceWatch();
+    ~InheritanceWatch();
+    InheritanceWatch(const InheritanceWatch&) = delete;
+    InheritanceWatch& operator=(const InheritanceWatch&) = delete;
+
+    // Since it was made: all files, and those that are not closed on exec.
+    static int Files();
+    static int Inherited();
+};
+
 // While it lives, ACTION runs before each reading of a key of a unit file, with the key.
 class KeyReading
 {

@@ -492,6 +492,14 @@ TEST_F(KillSlice, ReadsThroughInterruptions)
     ExpectCalls({kTerm, kKill});
 }
 
+TEST_F(KillSlice, ShowsNoOtherProgramTheOpenFiles)
+{
+    const InheritanceWatch watch;
+    EXPECT_TRUE(VESKSystemdKillSlice("a.slice"));
+    EXPECT_EQ(InheritanceWatch::Files(), 2);
+    EXPECT_EQ(InheritanceWatch::Inherited(), 0);
+}
+
 TEST_F(KillSlice, LooksAtTheSliceItselfWhenItsFoldersCannotBeSearched)
 {
     AddProcess("x.service");

@@ -132,6 +132,14 @@ TEST_F(MovingIntoASlice, FailsWhenThePidCannotBeWritten)
     }
 }
 
+TEST_F(MovingIntoASlice, ShowsNoOtherProgramTheOpenFile)
+{
+    const InheritanceWatch watch;
+    EXPECT_TRUE(VESKSystemdCgroupMonitorSliceMove("a.slice"));
+    EXPECT_EQ(InheritanceWatch::Files(), 1);
+    EXPECT_EQ(InheritanceWatch::Inherited(), 0);
+}
+
 using MovingIntoTheMonitoredSlice = MovingTest;
 
 TEST_F(MovingIntoTheMonitoredSlice, TouchesThatHierarchyAlone)

@@ -296,6 +296,7 @@ TEST_F(SliceProcesses, AreAFailureWhenTheFoldersCannotBeSearched)
         const GlobFault fault(GLOB_NOMATCH, ending);
         EXPECT_THAT(List(), ::testing::Not(ElementsAre(-1)));
     }
+    EXPECT_EQ(GlobFault::Pattern(), InMonitor("a.slice/*/tasks"));
     EXPECT_EQ(GlobFault::Flags(), GLOB_NOSORT | GLOB_APPEND);
 }
 
