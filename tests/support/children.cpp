@@ -125,7 +125,8 @@ Ending OtherProcess::Wait(std::chrono::milliseconds limit)
     return EndingOf(status);
 }
 
-std::vector<Ending> RunAtOnce(int count, const std::function<int(int)>& function)
+std::vector<Ending> RunAtOnce(int count, const std::function<int(int)>& function,
+                              std::chrono::milliseconds limit)
 {
     std::list<OtherProcess> children;
     for (int number = 0; number < count; ++number) {
@@ -133,7 +134,7 @@ std::vector<Ending> RunAtOnce(int count, const std::function<int(int)>& function
     }
     std::vector<Ending> endings;
     for (OtherProcess& child : children) {
-        endings.push_back(child.Wait());
+        endings.push_back(child.Wait(limit));
     }
     return endings;
 }

@@ -59,7 +59,8 @@ Ending RunInChild(const std::function<int()>& function,
                   std::chrono::milliseconds limit = std::chrono::seconds(30));
 
 // Runs FUNCTION with 0 to COUNT - 1 in as many forked children at the same time, and waits for all.
-std::vector<Ending> RunAtOnce(int count, const std::function<int(int)>& function);
+std::vector<Ending> RunAtOnce(int count, const std::function<int(int)>& function,
+                              std::chrono::milliseconds limit = std::chrono::seconds(30));
 
 // Waits until CONDITION holds; false when it does not within the limit.
 bool Eventually(const std::function<bool()>& condition,

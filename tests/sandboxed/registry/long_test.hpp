@@ -12,13 +12,13 @@ class Deadline
 public:
     bool IsOver() const { return std::chrono::steady_clock::now() >= m_end; }
 
-private:
     static std::chrono::seconds Length()
     {
         const char* text = std::getenv("VESK_TEST_SECONDS");
         return std::chrono::seconds(text != nullptr ? std::atoi(text) : 2);
     }
 
+private:
     std::chrono::steady_clock::time_point m_end = std::chrono::steady_clock::now() + Length();
 };
 
