@@ -7,7 +7,6 @@
 #include "file_locks.hpp"
 #include "platform_spy.hpp"
 #include "registry_ground.hpp"
-#include "scripted_program.hpp"
 #include "signal_storm.hpp"
 
 namespace VeskTest
@@ -44,14 +43,14 @@ TEST_P(RegistryChange, AsksForTheFolderOnlyToRegister)
 {
     MakeFolder(GetParam().Folder());
     MakeFolder(kLockFolder);
-    ScriptedProgram mkdir("/bin/mkdir");
-    mkdir.OnAny();
+    ScriptedMkdir mkdir;
+    mkdir->OnAny();
     EXPECT_TRUE(Run());
     const std::string lockFolder = std::string("-p ") + kLockFolder;
     if (GetParam().registers) {
-        EXPECT_THAT(mkdir.Arguments(), ElementsAre(lockFolder, "-p " + GetParam().Folder()));
+        EXPECT_THAT(mkdir->Arguments(), ElementsAre(lockFolder, "-p " + GetParam().Folder()));
     } else {
-        EXPECT_THAT(mkdir.Arguments(), ElementsAre(lockFolder));
+        EXPECT_THAT(mkdir->Arguments(), ElementsAre(lockFolder));
     }
 }
 
@@ -206,11 +205,11 @@ TEST_F(Register, LetsNoProgramHaveTheLock)
 {
     MakeFolder(kLockFolder);
     MakeFolder(kUnitFolder);
-    ScriptedProgram mkdir("/bin/mkdir");
-    mkdir.OnAny();
+    ScriptedMkdir mkdir;
+    mkdir->OnAny();
     EXPECT_TRUE(VESKSystemdVolumeRegister("foo", "/volume1"));
-    ASSERT_EQ(mkdir.Calls().size(), 2U);
-    for (const Call& call : mkdir.Calls()) {
+    ASSERT_EQ(mkdir->Calls().size(), 2U);
+    for (const Call& call : mkdir->Calls()) {
         EXPECT_THAT(call.descriptors, Not(::testing::Contains(::testing::Pair(::testing::Gt(2), kLock))));
         EXPECT_EQ(call.descriptors.size(), 3U) << ::testing::PrintToString(call.descriptors);
     }
@@ -219,9 +218,9 @@ TEST_F(Register, LetsNoProgramHaveTheLock)
 TEST_F(Register, HoldsTheLockFromBeforeTheFolderIsMade)
 {
     MakeFolder(kLockFolder);
-    ScriptedProgram mkdir("/bin/mkdir");
-    mkdir.OnAny();
-    mkdir.On({"-p", kUnitFolder}).CreateFile("/tmp/making").WaitForFile("/tmp/go-on").Exit(1);
+    ScriptedMkdir mkdir;
+    mkdir->OnAny();
+    mkdir->On({"-p", kUnitFolder}).CreateFile("/tmp/making").WaitForFile("/tmp/go-on").Exit(1);
     OtherProcess other([] { return VESKSystemdVolumeRegister("foo", "/volume1") ? 0 : 1; });
     ASSERT_TRUE(Eventually([] { return Exists("/tmp/making"); }));
 

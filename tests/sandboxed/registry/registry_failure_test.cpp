@@ -10,7 +10,6 @@
 #include "file_locks.hpp"
 #include "platform_spy.hpp"
 #include "registry_ground.hpp"
-#include "scripted_program.hpp"
 
 namespace VeskTest
 {
@@ -204,9 +203,9 @@ using FolderFailure = RegistryChange;
 
 TEST_P(FolderFailure, OfAProgramThatFails)
 {
-    ScriptedProgram mkdir("/bin/mkdir");
-    mkdir.On({"-p", kLockFolder});
-    mkdir.On({"-p", GetParam().Folder()}).Exit(1);
+    ScriptedMkdir mkdir;
+    mkdir->On({"-p", kLockFolder});
+    mkdir->On({"-p", GetParam().Folder()}).Exit(1);
     MakeFolder(kLockFolder);
     EXPECT_FALSE(Run());
     EXPECT_THAT(log.Take(), ElementsAre(Error(kFile, "vesksystemd: Fail to mkdir [" + GetParam().Folder() +
@@ -245,14 +244,14 @@ using MissingPackage = RegistryGround;
 void ExpectMissing(SyslogCapture& log, const std::string& package)
 {
     const PlatformSpy spy;
-    ScriptedProgram mkdir("/bin/mkdir");
+    ScriptedMkdir mkdir;
     EXPECT_FALSE(VESKSystemdPackageVolumeRegister(package, "/volume1"));
     EXPECT_THAT(log.Take(),
                 ElementsAre(Error(kFile, "vesksystemd: Fail to VLIBCFileCheckDir on [/var/packages/" +
                                              package + "] " + ErrorRecord())));
     EXPECT_EQ(VLIBCErrGet(), VLIBC_ERR_NOT_FOUND);
     EXPECT_THAT(spy.Locks(), IsEmpty());
-    EXPECT_THAT(mkdir.Arguments(), IsEmpty());
+    EXPECT_THAT(mkdir->Arguments(), IsEmpty());
     EXPECT_FALSE(Exists("/run/vesksystemd"));
 }
 

@@ -11,6 +11,9 @@ namespace VeskTest
 namespace
 {
 
+constexpr const char* kMkdir = "/bin/mkdir";
+constexpr const char* kRealMkdir = "/tmp/real-mkdir";
+
 // All files below the folders of registries.
 Words AllFiles()
 {
@@ -129,6 +132,18 @@ std::string ErrorRecord()
     snprintf(code, sizeof code, "0x%04X", static_cast<unsigned>(VLIBCErrGet()));
     return std::string("[") + code + " " + VLIBCErrorGetFile() + ":" + std::to_string(VLIBCErrorGetLine()) +
            "]";
+}
+
+ScriptedMkdir::ScriptedMkdir()
+{
+    std::filesystem::copy_file(kMkdir, kRealMkdir, std::filesystem::copy_options::overwrite_existing);
+    m_program.emplace(kMkdir);
+}
+
+ScriptedMkdir::~ScriptedMkdir()
+{
+    std::filesystem::remove(kMkdir);
+    std::filesystem::copy_file(kRealMkdir, kMkdir);
 }
 
 RegistryGround::RegistryGround()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gmock/gmock.h>
+#include <optional>
 #include <string>
 #include <vector>
 #include <vesksystemd.hpp>
@@ -8,6 +9,7 @@
 #include "files.hpp"
 #include "holdings.hpp"
 #include "library_log.hpp"
+#include "scripted_program.hpp"
 
 namespace VeskTest
 {
@@ -65,6 +67,21 @@ LineMatcher NotDumped(const std::string& file);
 LineMatcher NotRenamed(const std::string& file, const std::string& reason);
 // The error record as lines show it: "[0x0700 files.cpp:12]".
 std::string ErrorRecord();
+
+// Stands for /bin/mkdir while it lives.
+class ScriptedMkdir
+{
+public:
+    ScriptedMkdir();
+    ~ScriptedMkdir();
+    ScriptedMkdir(const ScriptedMkdir&) = delete;
+    ScriptedMkdir& operator=(const ScriptedMkdir&) = delete;
+
+    ScriptedProgram* operator->() { return &*m_program; }
+
+private:
+    std::optional<ScriptedProgram> m_program;
+};
 
 // A machine without registries, where the package foo is installed. At the end the lock is free, this process
 // holds what it held before, and there is no temporary file of it.

@@ -3,7 +3,6 @@
 #include "file_locks.hpp"
 #include "platform_spy.hpp"
 #include "registry_ground.hpp"
-#include "scripted_program.hpp"
 
 namespace VeskTest
 {
@@ -111,10 +110,10 @@ TEST_P(RegistryQuery, NeedsNoLockAndNoProgram)
     WriteText(GetParam().file, R"(["/volume1"])");
     const ForeignLock lock(kLock);
     const PlatformSpy spy;
-    ScriptedProgram mkdir("/bin/mkdir");
+    ScriptedMkdir mkdir;
     EXPECT_TRUE(Run({"/volume1"}));
     EXPECT_THAT(spy.Locks(), IsEmpty());
-    EXPECT_THAT(mkdir.Arguments(), IsEmpty());
+    EXPECT_THAT(mkdir->Arguments(), IsEmpty());
     ExpectSilence();
 }
 
