@@ -39,12 +39,10 @@ bool HasOnly(std::string_view svText, std::string_view svCharacters)
     return svText.find_first_not_of(svCharacters) == std::string_view::npos;
 }
 
-/** The reader passes over comments at the end of an array and takes a zero byte for the end of the file. */
-bool IsAlone(const Json::Value& value, std::string_view svText)
+/** The reader takes a zero byte for the end of the text, so there may be more. */
+bool IsWhole(const Json::Value& value, std::string_view svText)
 {
-    constexpr std::string_view kBlanks = " \t\r\n";
-    return HasOnly(Part(svText, 0, value.getOffsetStart()), kBlanks) &&
-           HasOnly(svText.substr(static_cast<size_t>(value.getOffsetLimit())), kBlanks);
+    return HasOnly(svText.substr(static_cast<size_t>(value.getOffsetLimit())), " \t\r\n");
 }
 
 VolumeElement Element(const Json::Value& value, std::string_view svText)
@@ -53,7 +51,7 @@ VolumeElement Element(const Json::Value& value, std::string_view svText)
             value.isString() ? value.asString() : ""};
 }
 
-/** False when there is more between the elements than commas and blanks. */
+/** False when there is more between the elements than commas and blanks: the reader passes over comments. */
 bool Split(const Json::Value& array, std::string_view svText, VolumeElements& vecElements)
 {
     constexpr std::string_view kBetween = ", \t\r\n";
@@ -74,7 +72,7 @@ VolumeArray VolumeArrayParse(std::string_view svText, VolumeElements& vecElement
 {
     svText = WithoutByteOrderMark(svText);
     Json::Value value;
-    if (!Parse(svText, value) || !IsAlone(value, svText)) {
+    if (!Parse(svText, value) || !IsWhole(value, svText)) {
         return VolumeArray::NotJson;
     }
     if (!value.isArray()) {

@@ -1,4 +1,4 @@
-// Many processes that register and unregister at the same time.
+// Many processes, and threads, that register and unregister at the same time.
 
 #include <algorithm>
 #include <fcntl.h>
@@ -6,6 +6,7 @@
 #include <functional>
 #include <random>
 #include <sstream>
+#include <thread>
 #include <unistd.h>
 
 #include "children.hpp"
@@ -23,7 +24,6 @@ using ::testing::AnyOf;
 using ::testing::Each;
 using ::testing::Field;
 using ::testing::StartsWith;
-using ::testing::UnorderedElementsAreArray;
 
 constexpr int kProcesses = 32;
 constexpr const char* kOrder = "/tmp/order";
@@ -60,7 +60,7 @@ void WriteReport(int process, const Own& own)
 }
 
 // Registers and unregisters a volume of its own by turns; a call that fails is made again.
-int ChangeOwnVolume(int process, const Deadline& deadline)
+Own ChangeOwnVolume(int process, const Deadline& deadline)
 {
     Own own;
     while (!deadline.IsOver()) {
@@ -71,7 +71,12 @@ int ChangeOwnVolume(int process, const Deadline& deadline)
             ++(change ? own.registers : own.unregisters);
         }
     }
-    WriteReport(process, own);
+    return own;
+}
+
+int ChangeAndReport(int process, const Deadline& deadline)
+{
+    WriteReport(process, ChangeOwnVolume(process, deadline));
     return 0;
 }
 
@@ -164,6 +169,29 @@ protected:
         return RunAtOnce(count, function, Deadline::Length() + std::chrono::seconds(30));
     }
 
+    // The file holds the kept volume and those that were registered last.
+    void ExpectWhatTheySay(const std::vector<Own>& owns) const
+    {
+        Words expected = {kKept};
+        Words found = {kKept};
+        int changes = 0;
+        for (std::size_t number = 0; number < owns.size(); ++number) {
+            const std::string volume = OwnVolume(static_cast<int>(number));
+            changes += owns[number].registers + owns[number].unregisters;
+            if (owns[number].registered) {
+                expected.push_back(volume);
+            }
+            if (VESKSystemdVolumeIsRegisteredByUnit("foo", {volume})) {
+                found.push_back(volume);
+            }
+        }
+        EXPECT_EQ(found, expected);
+        EXPECT_EQ(ReadText(file).size(), Volumes(expected).size()) << "each once, and nothing else";
+        EXPECT_THAT(ListFolder(kUnitFolder), ::testing::ElementsAre("foo.service"));
+        EXPECT_GT(changes, 10);
+        std::cout << changes << " successful changes\n";
+    }
+
     const std::string file = UnitFile("foo.service");
 };
 
@@ -172,31 +200,35 @@ TEST_F(RegistryContention, OfThirtyTwoProcessesLeavesWhatTheirLastSuccessfulCall
     ASSERT_TRUE(VESKSystemdVolumeRegister("foo", kKept));
     const Deadline deadline;
     const std::vector<Ending> endings = RunAll(kProcesses + 2, [&](int process) {
-        return process < kProcesses ? ChangeOwnVolume(process, deadline) : AskForKeptVolume(deadline);
+        return process < kProcesses ? ChangeAndReport(process, deadline) : AskForKeptVolume(deadline);
     });
     EXPECT_THAT(endings, Each(Exited(0)));
-    Words expected = {kKept};
-    int changes = 0;
+    std::vector<Own> reports;
     for (int process = 0; process < kProcesses; ++process) {
-        const Own own = ReadReport(process);
-        changes += own.registers + own.unregisters;
-        if (own.registered) {
-            expected.push_back(OwnVolume(process));
-        }
+        reports.push_back(ReadReport(process));
     }
-    Words found;
-    for (int process = 0; process < kProcesses; ++process) {
-        if (VESKSystemdVolumeIsRegisteredByUnit("foo", {OwnVolume(process)})) {
-            found.push_back(OwnVolume(process));
-        }
-    }
-    found.emplace_back(kKept);
-    EXPECT_THAT(found, UnorderedElementsAreArray(expected));
-    EXPECT_EQ(ReadText(file).size(), Volumes(expected).size()) << "each once, and nothing else";
-    EXPECT_THAT(ListFolder(kUnitFolder), ::testing::ElementsAre("foo.service"));
-    EXPECT_GT(changes, 10);
+    ExpectWhatTheySay(reports);
     ExpectOnlyLockFailures();
-    std::cout << changes << " successful changes\n";
+}
+
+TEST_F(RegistryContention, OfThreadsOfOneProcessLeavesWhatTheirLastSuccessfulCallsSay)
+{
+    // The C library sets a signal's handler with the first thread.
+    std::thread([] {}).join();
+    before = Holdings::Now();
+    ASSERT_TRUE(VESKSystemdVolumeRegister("foo", kKept));
+    const Deadline deadline;
+    std::vector<Own> owns(4);
+    std::vector<std::thread> threads;
+    for (std::size_t number = 0; number < owns.size(); ++number) {
+        threads.emplace_back(
+            [&, number] { owns[number] = ChangeOwnVolume(static_cast<int>(number), deadline); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    ExpectWhatTheySay(owns);
+    ExpectOnlyLockFailures();
 }
 
 TEST_F(RegistryContention, OfThirtyTwoProcessesOverTheSameVolumesIsASequence)

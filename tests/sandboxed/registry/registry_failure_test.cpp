@@ -73,6 +73,11 @@ TEST_P(RegistryFailure, OfALockThatCannotBeMade)
     ExpectSuccess();
 }
 
+TEST_P(RegistryFailure, OfOpeningTheFileThatIsThere)
+{
+    ExpectFailureOnce("open " + file, EMFILE, NotRead(file));
+}
+
 TEST_P(RegistryFailure, OfAWriteOnAFullDisk)
 {
     ExpectFailureOnce("write " + Temporary(file), ENOSPC, NotDumped(file));
@@ -181,6 +186,19 @@ TEST_P(RegistryFailure, IsNotWrittenThroughALink)
     ExpectSuccess();
     EXPECT_EQ(ReadText("/tmp/victim"), "kept");
     EXPECT_TRUE(std::filesystem::is_regular_file(std::filesystem::symlink_status(file)));
+}
+
+TEST_P(RegistryFailure, OfALinkThatTakesTheTemporaryFilesPlaceInTime)
+{
+    WriteText("/tmp/victim", "kept");
+    FileCalls calls;
+    calls.Before([&](const std::string& call) {
+        if (call == "open " + Temporary(file)) {
+            std::filesystem::create_symlink("/tmp/victim", Temporary(file));
+        }
+    });
+    ExpectFailure({NotDumped(file)});
+    EXPECT_EQ(ReadText("/tmp/victim"), "kept");
 }
 
 TEST_P(RegistryFailure, LeavesNoLockToAChildThatAnotherThreadForks)

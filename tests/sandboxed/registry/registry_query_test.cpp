@@ -1,5 +1,8 @@
 // Whether a unit or a package has registered any of some volumes.
 
+#include <cerrno>
+
+#include "file_calls.hpp"
 #include "file_locks.hpp"
 #include "platform_spy.hpp"
 #include "registry_ground.hpp"
@@ -103,6 +106,16 @@ TEST_P(RegistryQuery, TellsOfADamagedFileAndLeavesIt)
     EXPECT_THAT(log.Take(), ElementsAre(NotRead(GetParam().file)));
     EXPECT_EQ(ReadText(GetParam().file), R"(["/volume1")");
     EXPECT_EQ(ErrorRecord(), "[0x1234 other.c:7]");
+}
+
+TEST_P(RegistryQuery, TellsOfAFileThatCannotBeOpened)
+{
+    WriteText(GetParam().file, R"(["/volume1"])");
+    FileCalls calls;
+    calls.Fail("open " + GetParam().file, {EACCES});
+    EXPECT_FALSE(Run({"/volume1"}));
+    EXPECT_THAT(log.Take(), ElementsAre(NotRead(GetParam().file)));
+    EXPECT_THAT(calls.Take(), ElementsAre("open " + GetParam().file));
 }
 
 TEST_P(RegistryQuery, NeedsNoLockAndNoProgram)
