@@ -60,7 +60,7 @@ int FailedOpen()
     return -1;
 }
 
-int Print(FILE* stream, const char* format, va_list arguments)
+[[gnu::format(printf, 2, 0)]] int Print(FILE* stream, const char* format, va_list arguments)
 {
     if (faults.printingFails) {
         errno = ENOSPC;
@@ -184,7 +184,7 @@ int fprintf(FILE* stream, const char* format, ...)
     return result;
 }
 
-int __fprintf_chk(FILE* stream, int /*flag*/, const char* format, ...)
+[[gnu::format(printf, 3, 4)]] int __fprintf_chk(FILE* stream, int /*flag*/, const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
