@@ -42,11 +42,11 @@ std::string PathOf(int descriptor)
 // What the call fails with, if it does. The object is out of the way while it looks at a call.
 std::optional<int> Failure(const std::string& name, const std::string& path, const std::string& target = "")
 {
-    FileCalls* calls = std::exchange(current, nullptr);
-    int error = 0;
-    if (calls != nullptr && IsOfRegistry(path)) {
-        error = calls->Judge(name + " " + path + target);
+    if (current == nullptr || !IsOfRegistry(path)) {
+        return std::nullopt;
     }
+    FileCalls* calls = std::exchange(current, nullptr);
+    const int error = calls->Judge(name + " " + path + target);
     current = calls;
     return error != 0 ? std::optional<int>(error) : std::nullopt;
 }
