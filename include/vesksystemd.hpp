@@ -669,8 +669,8 @@ VESK_API bool VESKSystemdServiceListByMntPath(const std::string& strMntPath,
 VESK_API bool _VESKSystemdVolumeUnmountAction(const std::vector<std::string>& vecVolumes,
                                               std::function<bool()>&& action);
 
-/** The same for a function and its argument. `Volumes` is a vector of strings. */
-template <typename Volumes>
+/** The same for a function and its argument. `Volumes` is a vector of strings, or strings in braces. */
+template <typename Volumes = std::vector<std::string>>
 bool VESKSystemdVolumeUnmountAction(const Volumes& vecVolumes, bool (*action)(void*), void* pArg)
 {
     return _VESKSystemdVolumeUnmountAction(vecVolumes, [action, pArg] { return action(pArg); });

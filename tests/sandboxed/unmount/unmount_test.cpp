@@ -277,12 +277,13 @@ TEST_F(UnmountTest, HandsItsArgumentToAFunction)
     for (const bool result : {true, false}) {
         ActionArgument argument{0, result};
         EXPECT_EQ(VESKSystemdVolumeUnmountAction(Words{kVolume}, CountingAction, &argument), result);
+        EXPECT_EQ(VESKSystemdVolumeUnmountAction({kVolume}, CountingAction, &argument), result);
         EXPECT_EQ(VESKCSystemdVolumeUnmountAction(kVolume, CountingAction, &argument), result ? 1 : 0);
         EXPECT_EQ(VESKCSystemdVolumeGroupUnmountAction(group.Get(), CountingAction, &argument),
                   result ? 1 : 0);
-        EXPECT_EQ(argument.runs, 3);
-        EXPECT_THAT(log.Take(),
-                    ElementsAre(NothingToStop(), NothingToStop(), NothingToStop("/volume1, /volume2")));
+        EXPECT_EQ(argument.runs, 4);
+        EXPECT_THAT(log.Take(), ElementsAre(NothingToStop(), NothingToStop(), NothingToStop(),
+                                            NothingToStop("/volume1, /volume2")));
     }
 }
 
