@@ -42,14 +42,22 @@ same_lines() {
     [[ $2 == "$3" ]] || not_as_told "the $1 should be:"$'\n'"$2"
 }
 
+# read_log : prints what the library has logged since the last time.
+read_log() {
+    journalctl --sync
+    journalctl --cursor-file "$demo_state/cursor" --quiet --output cat --identifier start_unit \
+        --identifier control_unit --identifier hold_service --identifier unmount_volume
+}
+
+# skip_log : what was logged up to here needs no telling.
+skip_log() { read_log >"$demo_state/skipped"; }
+
 # expect_log : standard input is what the library has logged since the last time, its line numbers and
 # milliseconds written as N.
 expect_log() {
     local expected got
     expected=$(cat)
-    journalctl --sync
-    got=$(journalctl --cursor-file "$demo_state/cursor" --quiet --output cat \
-        --identifier start_unit --identifier control_unit --identifier hold_service)
+    got=$(read_log)
     same_lines "log" "$expected" "$(sed -E 's/^([a-z_-]+\.cpp):[0-9]+ /\1:N /; s/ is [0-9]+ ms$/ is N ms/' <<<"$got")"
 }
 

@@ -12,4 +12,6 @@ build c99 "$SOURCE/examples/hold_service.c" "$WORK/hold_service"
 run "$WORK/start_unit" 1 'start: failed'
 build c++17 "$SOURCE/examples/control_unit.cpp" "$WORK/control_unit"
 run "$WORK/control_unit" 2 'usage: control_unit start|restart|stop UNIT...'
+build c++17 "$SOURCE/examples/unmount_volume.cpp" "$WORK/unmount_volume"
+run "$WORK/unmount_volume" 2 'usage: unmount_volume users MOUNT-PATH | unmount_volume run MOUNT-PATH COMMAND'
 finish
