@@ -1,4 +1,6 @@
 # vesk_compile(TARGET): warnings, hardening, sanitizers and coverage as this build was configured.
+# vesk_compile_test(TARGET): the same for a test's own code, which has no use for optimisation: it would take
+# more than half of the build's time.
 include_guard()
 
 set(VESK_WARNINGS
@@ -39,4 +41,9 @@ function(vesk_compile target)
     if(type STREQUAL "SHARED_LIBRARY")
         target_link_options(${target} PRIVATE ${VESK_LIBRARY_LINK})
     endif()
+endfunction()
+
+function(vesk_compile_test target)
+    vesk_compile(${target})
+    target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O0;-g1;-U_FORTIFY_SOURCE>)
 endfunction()

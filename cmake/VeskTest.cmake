@@ -39,7 +39,7 @@ function(vesk_test target)
     endif()
 
     add_executable(${target} ${TEST_SOURCES})
-    vesk_compile(${target})
+    vesk_compile_test(${target})
     target_link_libraries(${target} PRIVATE
         ${TEST_LIBRARIES} vesk_test_main_${TEST_TIER} vesk_test_support GTest::gmock)
     if(TEST_TIER STREQUAL "sandboxed")
