@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include "isolate_ground.hpp"
+#include "killed_process.hpp"
+#include "shown_file.hpp"
 
 namespace VeskTest
 {
@@ -72,6 +74,12 @@ protected:
     {
         return Eventually(
             [] { return IsLockFree(kOperationLock) && IsLockFree(kIsolateLock) && IsLockFree(kExitLock); });
+    }
+
+    static void ExpectNothingLeft(int step)
+    {
+        EXPECT_TRUE(AwaitAllLocksFree()) << step;
+        EXPECT_TRUE(Eventually([] { return OtherProcessesOfThisProgram().empty(); })) << step;
     }
 };
 
@@ -149,6 +157,20 @@ TEST_F(IsolateLocks, GiveTheIsolateLockToOthersWhileSystemctlIsolates)
 
     LetIsolationGo();
     EXPECT_EQ(isolation.Wait(), Exited(0));
+}
+
+TEST_F(IsolateLocks, AreHeldToTheEndWhenTheProcessesCannotBeListed)
+{
+    const ShownFile noList("/bin/ps", "");
+    HoldIsolation();
+    OtherProcess isolation(IsolateHere);
+    ASSERT_TRUE(AwaitIsolation());
+    ASSERT_TRUE(AwaitHalfSeconds(2));
+    ExpectAllLocksHeld();
+
+    LetIsolationGo();
+    EXPECT_EQ(isolation.Wait(), Exited(0));
+    EXPECT_TRUE(AwaitAllLocksFree());
 }
 
 TEST_F(IsolateLocks, AreNotTakenFromAnotherProcessThatGotTheLockMeanwhile)
@@ -266,6 +288,23 @@ TEST_F(IsolateLocks, AreFreeAtOnceWhenTheIsolationIsKilledWhileItWaits)
     EXPECT_TRUE(AwaitAllLocksFree());
     EXPECT_TRUE(Eventually([] { return OtherProcessesOfThisProgram().empty(); }));
     EXPECT_FALSE(Exists(kFlag));
+}
+
+TEST_F(IsolateLocks, AreFreeAndTheSystemCanBeIsolatedWhereverTheIsolationIsKilled)
+{
+    spy.StopTheClock();
+    const int kills = KillAtEveryStep(IsolateHere, ExpectNothingLeft);
+    EXPECT_GT(kills, 100);
+    EXPECT_TRUE(Isolate());
+}
+
+TEST_F(IsolateLocks, AreFreeAndTheSystemCanBeIsolatedWhereverATargetActionIsKilled)
+{
+    spy.StopTheClock();
+    const auto act = [] { _VESKSystemdIsolateTargetAction("foo.target", [] { return true; }); };
+    const int kills = KillAtEveryStep(act, ExpectNothingLeft);
+    EXPECT_GT(kills, 100);
+    EXPECT_TRUE(Isolate());
 }
 
 TEST_F(IsolateLocks, KeepNoDescriptorOpenInTheCaller)

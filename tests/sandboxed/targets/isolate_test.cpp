@@ -1,5 +1,8 @@
 // One isolation: what is run, logged and told, and what becomes of failures.
 
+#include <sys/mount.h>
+
+#include "error.hpp"
 #include "isolate_ground.hpp"
 
 namespace VeskTest
@@ -163,6 +166,29 @@ TEST_F(IsolateTest, FailsWhenItsFlagCannotBeMade)
     EXPECT_THAT(systemctl.Calls(), IsEmpty());
     EXPECT_THAT(log.Take(), ElementsAre(Error(kIsolateFile, "vesksystemd: Failed to touch isolate flag")));
     RemoveAll(kFlag);
+}
+
+TEST_F(IsolateTest, FailsWhereNothingCanBeWritten)
+{
+    constexpr const char* kFolder = "/run/vesksystemd";
+    MakeFolder(kFolder);
+    VeskGround::Require(mount("flag", kFolder, "tmpfs", 0, nullptr), "mount", kFolder);
+    MakeFolder(std::string(kFolder) + "/locks");
+    VeskGround::Require(mount("locks", "/run/vesksystemd/locks", "tmpfs", 0, nullptr), "mount", "locks");
+    VeskGround::Require(mount(nullptr, kFolder, nullptr, MS_REMOUNT | MS_RDONLY, nullptr), "remount",
+                        kFolder);
+
+    EXPECT_FALSE(Isolate());
+
+    EXPECT_EQ(result, kUntouched);
+    EXPECT_THAT(systemctl.Calls(), IsEmpty());
+    EXPECT_THAT(log.Take(), ElementsAreArray(InOrder(
+                                {LockFailure(kExitLock, "status monitor"),
+                                 {Error(kIsolateFile, "Failed to monitor systemd status in isolation"),
+                                  Error(kIsolateFile, "vesksystemd: Failed to touch isolate flag")}})));
+    EXPECT_TRUE(IsLockFree(kIsolateLock));
+    umount("/run/vesksystemd/locks");
+    umount(kFolder);
 }
 
 TEST_F(IsolateTest, TakesAFlagThatWasLeftBehindForItsOwn)

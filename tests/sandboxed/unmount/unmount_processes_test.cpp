@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "killed_process.hpp"
 #include "unmount_ground.hpp"
 
 namespace VeskTest
@@ -122,6 +123,20 @@ TEST_F(UnmountProcesses, LeaveNoLockWhenTheyAreKilled)
 
     EXPECT_TRUE(Eventually(
         [] { return IsLockFree(kActionLock) && IsLockFree(kIsolateLock) && IsLockFree(kExitLock); }));
+    EXPECT_TRUE(Run()) << "the next one is not disturbed";
+}
+
+TEST_F(UnmountProcesses, LeaveNoLockWhereverTheyAreKilled)
+{
+    AddDependent("a.service");
+    const auto unmount = [] { _VESKSystemdVolumeUnmountAction({kVolume}, [] { return true; }); };
+    const int kills = KillAtEveryStep(unmount, [](int step) {
+        EXPECT_TRUE(Eventually([] {
+            return IsLockFree(kActionLock) && IsLockFree(kIsolateLock) && IsLockFree(kExitLock);
+        })) << step;
+        EXPECT_TRUE(Eventually([] { return OtherProcessesOfThisProgram().empty(); })) << step;
+    });
+    EXPECT_GT(kills, 100);
     EXPECT_TRUE(Run()) << "the next one is not disturbed";
 }
 
