@@ -144,5 +144,39 @@ TEST_F(UnmountLive, StopsTheMasterInPlaceOfAServiceThatUsesTheVolume)
     EXPECT_EQ(ActiveState("master.service"), "active");
 }
 
+TEST_F(UnmountLive, IsDoneWhenAServiceThatDoesNotWantToStopHasBeenKilled)
+{
+    AddUnit("stubborn.service",
+            UnitText()
+                .Service("ExecStart=/bin/sh -c 'trap \"\" TERM; cd /volume1; while :; do sleep 0.1; done'")
+                .Service("TimeoutStopSec=1"));
+    MustSystemctl({"start", "stubborn.service"});
+    const std::string first = Property("stubborn.service", "MainPID");
+    std::string stubborn;
+
+    EXPECT_TRUE(_VESKSystemdVolumeUnmountAction({kVolume}, [&] {
+        stubborn = ActiveState("stubborn.service");
+        return umount(kVolume) == 0;
+    }));
+
+    EXPECT_EQ(stubborn, "failed");
+    EXPECT_EQ(ActiveState("stubborn.service"), "active");
+    EXPECT_NE(Property("stubborn.service", "MainPID"), first);
+}
+
+TEST_F(UnmountLive, StopsNothingForAVolumeThatNobodyUses)
+{
+    MakeFolder("/volume9");
+    ASSERT_EQ(mount("unused", "/volume9", "tmpfs", 0, nullptr), 0);
+    MustSystemctl({"stop", "declared.service"});
+    const std::string inside = Property("inside.service", "MainPID");
+
+    EXPECT_TRUE(_VESKSystemdVolumeUnmountAction({"/volume9"}, [] { return umount("/volume9") == 0; }));
+
+    EXPECT_EQ(Property("inside.service", "MainPID"), inside);
+    EXPECT_EQ(ActiveState("declared.service"), "inactive");
+    EXPECT_FALSE(std::filesystem::exists("/run/systemd/system/unmount-volume-begin.target"));
+}
+
 } // namespace
 } // namespace VeskTest
