@@ -235,7 +235,7 @@ TEST_F(PlacementLive, ASliceWithoutProcessesIsEmpty)
 TEST_F(PlacementLive, ASliceIsListedWhileItsProcessesEnd)
 {
     std::vector<std::unique_ptr<OtherProcess>> children;
-    for (int number = 0; number < 40; ++number) {
+    for (int number = 0; number < 20; ++number) {
         children.push_back(std::make_unique<OtherProcess>([number] {
             const bool moved = VESKSystemdCgroupMonitorSliceMove("foo.slice");
             const std::vector<char> memory(size_t{8} << 20U, 'x');

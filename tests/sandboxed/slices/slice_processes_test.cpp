@@ -246,9 +246,9 @@ TEST_F(SliceProcesses, AreListedWhileManyOfThemEnd)
 {
     std::vector<std::unique_ptr<OtherProcess>> children;
     std::string tasks;
-    for (int number = 0; number < 60; ++number) {
+    for (int number = 0; number < 30; ++number) {
         children.push_back(std::make_unique<OtherProcess>([number] {
-            std::vector<char> memory(size_t{16} << 20U, 'x');
+            std::vector<char> memory(size_t{8} << 20U, 'x');
             usleep(static_cast<useconds_t>(number) * 1000);
             return static_cast<int>(memory[static_cast<size_t>(number)]) == 0 ? 1 : 0;
         }));
