@@ -2,6 +2,7 @@
 
 #include "unique_fd.h"
 
+#include <array>
 #include <cerrno>
 #include <cstddef>
 #include <fcntl.h>
@@ -20,17 +21,16 @@ constexpr std::size_t kLimit = 64UL * 1024 * 1024;
 int ReadFile(int fd, std::string& content)
 {
     content.clear();
+    std::array<char, kChunk> chunk;
     for (;;) {
-        const std::size_t size = content.size();
-        content.resize(size + kChunk);
-        const ssize_t count = read(fd, &content[size], kChunk);
-        const int error = errno;
-        content.resize(size + (count > 0 ? static_cast<std::size_t>(count) : 0));
+        const ssize_t count = read(fd, chunk.data(), chunk.size());
         if (count == 0) {
             return 0;
         }
-        if (count < 0 && error != EINTR) {
-            return error;
+        if (count > 0) {
+            content.append(chunk.data(), static_cast<std::size_t>(count));
+        } else if (errno != EINTR) {
+            return errno;
         }
         if (content.size() > kLimit) {
             return EFBIG;

@@ -7,19 +7,29 @@ namespace VESK::Platform
 namespace
 {
 
-constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kComments = "#;";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-/** What ends a line; a carriage return with a line feed behind it ends one, not two. */
-constexpr std::string_view kLineEnds("\n\r\0", 3);
+
+bool IsBlank(char c)
+{
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+/** A carriage return with a line feed behind it ends one line, not two. */
+bool IsLineEnd(char c)
+{
+    return c == '\n' || c == '\r' || c == '\0';
+}
 
 std::string_view Strip(std::string_view text)
 {
-    const auto first = text.find_first_not_of(kBlanks);
-    if (first == std::string_view::npos) {
-        return {};
+    while (!text.empty() && IsBlank(text.front())) {
+        text.remove_prefix(1);
     }
-    return text.substr(first, text.find_last_not_of(kBlanks) - first + 1);
+    while (!text.empty() && IsBlank(text.back())) {
+        text.remove_suffix(1);
+    }
+    return text;
 }
 
 bool IsComment(std::string_view line)
@@ -44,11 +54,12 @@ struct PhysicalLine {
 
 PhysicalLine TakeLine(std::string_view& rest)
 {
-    const auto end = rest.find_first_of(kLineEnds);
-    if (end == std::string_view::npos) {
+    const auto* const found = std::find_if(rest.begin(), rest.end(), [](char c) { return IsLineEnd(c); });
+    if (found == rest.end()) {
         const auto last = std::exchange(rest, {});
         return {last, last};
     }
+    const auto end = static_cast<std::size_t>(found - rest.begin());
     const bool isPair = rest.substr(end, 2) == "\r\n";
     const auto length = end + (isPair ? 2 : 1);
     const PhysicalLine line{rest.substr(0, length), rest.substr(0, end)};
@@ -64,6 +75,15 @@ struct LogicalLine {
     bool isComment = false;
 
     bool IsBlankOrComment() const { return isComment || Strip(content).empty(); }
+
+    /** Keeps the memory for the next line. */
+    void Clear()
+    {
+        raw = {};
+        content.clear();
+        comments.clear();
+        isComment = false;
+    }
 };
 
 class LineReader
@@ -77,7 +97,7 @@ public:
     /** False at the end of the text. */
     bool Next(LogicalLine& line)
     {
-        line = {};
+        line.Clear();
         const auto start = m_rest;
         bool continued = false;
         bool complete = false;
@@ -229,7 +249,7 @@ private:
 
 bool HasLineEnd(std::string_view text)
 {
-    return text.find_first_of(kLineEnds) != std::string_view::npos;
+    return std::any_of(text.begin(), text.end(), IsLineEnd);
 }
 
 bool IsWritableKey(std::string_view key)
