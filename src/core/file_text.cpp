@@ -9,24 +9,59 @@
 
 namespace VESK::Systemd
 {
+namespace
+{
 
-bool FileRead(const std::string& strPath, std::string& strText)
+ssize_t ReadSome(int fd, char* pBuffer, size_t cbBuffer)
+{
+    ssize_t cbRead = -1;
+    do {
+        cbRead = read(fd, pBuffer, cbBuffer);
+    } while (cbRead < 0 && errno == EINTR);
+    return cbRead;
+}
+
+} // namespace
+
+bool FilePiecesRead(const std::string& strPath, const std::function<bool(std::string_view svPiece)>& take)
 {
     const UniqueFd fd(open(strPath.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     if (!fd.IsOpen()) {
         return false;
     }
-    // More than /proc gives at a time. Not read into the text itself, which would have to be filled with zeros.
-    std::array<char, size_t{16} * 1024> piece;
-    strText.clear();
+    // More than /proc gives at a time, which mostly ends with a line.
+    std::array<char, size_t{16} * 1024> buffer;
+    std::string strLines;
     ssize_t cbRead = 0;
-    do {
-        cbRead = read(fd.Get(), piece.data(), piece.size());
-        if (cbRead > 0) {
-            strText.append(piece.data(), static_cast<size_t>(cbRead));
+    while ((cbRead = ReadSome(fd.Get(), buffer.data(), buffer.size())) > 0) {
+        const std::string_view svRead(buffer.data(), static_cast<size_t>(cbRead));
+        const size_t cbLines = svRead.rfind('\n') + 1;
+        strLines += svRead.substr(0, cbLines);
+        if (cbLines != 0) {
+            if (!take(strLines)) {
+                return true;
+            }
+            strLines.clear();
         }
-    } while (cbRead > 0 || (cbRead < 0 && errno == EINTR));
+        strLines += svRead.substr(cbLines);
+    }
+    if (!strLines.empty()) {
+        take(strLines);
+    }
     return true;
+}
+
+bool FileRead(const std::string& strPath, std::string& strText)
+{
+    std::string strRead;
+    const bool blOpened = FilePiecesRead(strPath, [&](std::string_view svPiece) {
+        strRead += svPiece;
+        return true;
+    });
+    if (blOpened) {
+        strText = std::move(strRead);
+    }
+    return blOpened;
 }
 
 bool Lines::Next(std::string_view& svLine)

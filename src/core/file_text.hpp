@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -7,10 +8,13 @@ namespace VESK::Systemd
 {
 
 /**
- * Reads a file into `strText`, whose memory is used again. False when it cannot be opened. A file that cannot
- * be read to its end, as that of a process that ends meanwhile, gives what could be read; a pipe is not waited
- * for.
+ * Hands a file to `take` piece by piece, each of whole lines, until that returns false. False when the file cannot
+ * be opened. A file that cannot be read to its end, as that of a process that ends meanwhile, gives what could be
+ * read; a pipe is not waited for.
  */
+bool FilePiecesRead(const std::string& strPath, const std::function<bool(std::string_view svPiece)>& take);
+
+/** Reads all of a file likewise; `strText` stays as it is when the file cannot be opened. */
 bool FileRead(const std::string& strPath, std::string& strText);
 
 /** The lines of a text, without their line feeds. */

@@ -24,47 +24,21 @@ std::string ProcPath(int nPid, const char* szFile)
     return "/proc/" + std::to_string(nPid) + "/" + szFile;
 }
 
-// Each reading takes the buffer that it reads into, so that a snapshot uses one for all its files.
-
-bool NameRead(int nPid, std::string& strName, std::string& strBuffer)
+/** Reads the first line of a file with a parser that looks at no other. */
+bool FirstLineRead(const std::string& strPath, const std::function<bool(std::string_view)>& parse)
 {
-    std::array<char, PATH_MAX> path{};
-    if (realpath(ProcPath(nPid, "exe").c_str(), path.data()) == nullptr) {
+    bool blParsed = false;
+    FilePiecesRead(strPath, [&](std::string_view svPiece) {
+        blParsed = parse(svPiece);
         return false;
-    }
-    std::string strFound = BaseName(path.data());
-    if (strFound == kScgiWorker) {
-        if (!FileRead(ProcPath(nPid, "cmdline"), strBuffer)) {
-            return false;
-        }
-        strFound = BaseName(strBuffer.substr(0, strBuffer.find('\0')));
-    }
-    strName = strFound;
-    return true;
+    });
+    return blParsed;
 }
 
-bool CPUTickRead(int nPid, unsigned long long& ullUser, unsigned long long& ullSystem, std::string& strBuffer)
+bool TotalTickGet(unsigned long long& ullTotal)
 {
-    return FileRead(ProcPath(nPid, "stat"), strBuffer) && StatTicksParse(strBuffer, ullUser, ullSystem);
-}
-
-bool PssRead(int nPid, unsigned long long& ullPss, std::string& strBuffer)
-{
-    if (!FileRead(ProcPath(nPid, "smaps"), strBuffer)) {
-        return false;
-    }
-    ullPss = PssParse(strBuffer);
-    return true;
-}
-
-bool IORead(int nPid, unsigned long long& ullRead, unsigned long long& ullWritten, std::string& strBuffer)
-{
-    return FileRead(ProcPath(nPid, "io"), strBuffer) && IOParse(strBuffer, ullRead, ullWritten);
-}
-
-bool TotalTickRead(unsigned long long& ullTotal, std::string& strBuffer)
-{
-    return FileRead("/proc/stat", strBuffer) && TotalTicksParse(strBuffer, ullTotal);
+    return FirstLineRead("/proc/stat",
+                         [&](std::string_view svText) { return TotalTicksParse(svText, ullTotal); });
 }
 
 /** How far a counter went forward; 0 for one that went back, as that of another process with the same pid. */
@@ -79,11 +53,9 @@ Process::Process(int nPid)
     : m_nPid(nPid)
     , m_sampled(std::chrono::steady_clock::now())
 {
-    std::string strBuffer;
-    if (!NameRead(nPid, m_strName, strBuffer) ||
-        !CPUTickRead(nPid, m_ullUserTick, m_ullSystemTick, strBuffer) ||
-        !PssRead(nPid, m_ullPss, strBuffer) || !IORead(nPid, m_ullReadBytes, m_ullWriteBytes, strBuffer) ||
-        !TotalTickRead(m_ullTotalTick, strBuffer)) {
+    if (!NameGet(nPid, m_strName) || !CPUTickGet(nPid, m_ullUserTick, m_ullSystemTick) ||
+        !PssGet(nPid, m_ullPss) || !IOGet(nPid, m_ullReadBytes, m_ullWriteBytes) ||
+        !TotalTickGet(m_ullTotalTick)) {
         throw std::exception();
     }
 }
@@ -115,11 +87,10 @@ unsigned long long Process::MemoryPssGet() const
 
 double Process::CPUUtilizationGet() const
 {
-    std::string strBuffer;
     unsigned long long ullUser = 0;
     unsigned long long ullSystem = 0;
     unsigned long long ullTotal = 0;
-    if (!CPUTickRead(m_nPid, ullUser, ullSystem, strBuffer) || !TotalTickRead(ullTotal, strBuffer)) {
+    if (!CPUTickGet(m_nPid, ullUser, ullSystem) || !TotalTickGet(ullTotal)) {
         return 0.0;
     }
     if (ullTotal <= m_ullTotalTick) {
@@ -145,26 +116,43 @@ std::pair<double, double> Process::IOUtilizationGet() const
 
 bool Process::NameGet(int nPid, std::string& strName)
 {
-    std::string strBuffer;
-    return NameRead(nPid, strName, strBuffer);
+    std::array<char, PATH_MAX> path;
+    if (realpath(ProcPath(nPid, "exe").c_str(), path.data()) == nullptr) {
+        return false;
+    }
+    std::string strFound = BaseName(path.data());
+    if (strFound == kScgiWorker) {
+        std::string strArguments;
+        if (!FileRead(ProcPath(nPid, "cmdline"), strArguments)) {
+            return false;
+        }
+        strFound = BaseName(strArguments.substr(0, strArguments.find('\0')));
+    }
+    strName = strFound;
+    return true;
 }
 
 bool Process::CPUTickGet(int nPid, unsigned long long& ullUser, unsigned long long& ullSystem)
 {
-    std::string strBuffer;
-    return CPUTickRead(nPid, ullUser, ullSystem, strBuffer);
+    return FirstLineRead(ProcPath(nPid, "stat"),
+                         [&](std::string_view svText) { return StatTicksParse(svText, ullUser, ullSystem); });
 }
 
 bool Process::PssGet(int nPid, unsigned long long& ullPss)
 {
-    std::string strBuffer;
-    return PssRead(nPid, ullPss, strBuffer);
+    unsigned long long ullSum = 0;
+    const bool blOpened = FilePiecesRead(ProcPath(nPid, "smaps"), [&](std::string_view svPiece) {
+        ullSum += PssParse(svPiece);
+        return true;
+    });
+    ullPss = blOpened ? ullSum : ullPss;
+    return blOpened;
 }
 
 bool Process::IOGet(int nPid, unsigned long long& ullReadBytes, unsigned long long& ullWriteBytes)
 {
-    std::string strBuffer;
-    return IORead(nPid, ullReadBytes, ullWriteBytes, strBuffer);
+    std::string strText;
+    return FileRead(ProcPath(nPid, "io"), strText) && IOParse(strText, ullReadBytes, ullWriteBytes);
 }
 
 } // namespace VESK::Systemd

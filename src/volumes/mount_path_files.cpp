@@ -96,10 +96,17 @@ bool MountPathFiles::HoldsOpen(const std::string& strProcess, std::string& strFi
 
 bool MountPathFiles::Maps(const std::string& strProcess, std::string& strFile)
 {
-    if (!FileRead(strProcess + "/maps", m_strBuffer)) {
-        return false;
-    }
-    Lines lines(m_strBuffer);
+    bool blFound = false;
+    FilePiecesRead(strProcess + "/maps", [&](std::string_view svPiece) {
+        blFound = IsMapped(svPiece, strFile);
+        return !blFound;
+    });
+    return blFound;
+}
+
+bool MountPathFiles::IsMapped(std::string_view svMaps, std::string& strFile)
+{
+    Lines lines(svMaps);
     std::string_view svLast;
     for (std::string_view svLine; lines.Next(svLine);) {
         const std::string_view svPath = MapsPathParse(svLine);

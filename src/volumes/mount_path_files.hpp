@@ -34,13 +34,13 @@ private:
     bool IsLinkOnMountPath(int fdFolder, const char* szLink, std::string& strFile);
     bool HoldsOpen(const std::string& strProcess, std::string& strFile);
     bool Maps(const std::string& strProcess, std::string& strFile);
+    bool IsMapped(std::string_view svMaps, std::string& strFile);
 
     std::string m_strMntPath;
     dev_t m_device;
     std::unordered_map<std::string, File> m_mapResolved;
-    // Their memory is used again and again.
+    /** The path looked up last: its memory is used again and again. */
     std::string m_strPath;
-    std::string m_strBuffer;
 };
 
 } // namespace VESK::Systemd

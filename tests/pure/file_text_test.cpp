@@ -1,4 +1,4 @@
-// Files read into memory that is used again, and their lines.
+// Files read as a whole and in pieces, and their lines.
 #include <gmock/gmock.h>
 #include <string>
 #include <string_view>
@@ -16,6 +16,7 @@ namespace
 using namespace std::string_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using VESK::Systemd::FilePiecesRead;
 using VESK::Systemd::FileRead;
 
 // A file that is nowhere but in memory.
@@ -56,7 +57,7 @@ std::vector<std::string> LinesOf(std::string_view text)
     return found;
 }
 
-TEST(FileRead, ReadsFilesOfAnySizeOneAfterTheOtherIntoTheSameText)
+TEST(FileRead, ReadsFilesOfAnySizeInPlaceOfWhatTheTextHeld)
 {
     std::string text = "before";
     for (const size_t size : {1U, 0U, 16384U, 16385U, 1000000U, 7U, 16383U}) {
@@ -64,16 +65,6 @@ TEST(FileRead, ReadsFilesOfAnySizeOneAfterTheOtherIntoTheSameText)
         EXPECT_TRUE(FileRead(MemoryFile(written).Path(), text));
         EXPECT_TRUE(text == written) << size << ": " << text.size();
     }
-}
-
-TEST(FileRead, UsesTheMemoryOfTheTextAgain)
-{
-    std::string text;
-    EXPECT_TRUE(FileRead(MemoryFile(LongText(100000)).Path(), text));
-    const char* place = text.data();
-    EXPECT_TRUE(FileRead(MemoryFile("short").Path(), text));
-    EXPECT_EQ(text, "short");
-    EXPECT_EQ(static_cast<const void*>(text.data()), static_cast<const void*>(place));
 }
 
 TEST(FileRead, FailsWhenThereIsNoFileToOpen)
@@ -89,6 +80,60 @@ TEST(FileRead, GivesWhatCouldBeReadOfAFileThatCannotBeReadToItsEnd)
     std::string text = "before";
     EXPECT_TRUE(FileRead("/proc/self", text)) << "a folder can be opened";
     EXPECT_EQ(text, "");
+}
+
+// The pieces of a file, all of them or so many.
+std::vector<std::string> PiecesOf(const std::string& text, size_t count = SIZE_MAX)
+{
+    std::vector<std::string> pieces;
+    EXPECT_TRUE(FilePiecesRead(MemoryFile(text).Path(), [&](std::string_view piece) {
+        pieces.emplace_back(piece);
+        return pieces.size() < count;
+    }));
+    return pieces;
+}
+
+TEST(FilePieces, AreWholeLines)
+{
+    EXPECT_THAT(PiecesOf(""), IsEmpty());
+    EXPECT_THAT(PiecesOf("\n"), ElementsAre("\n"));
+    EXPECT_THAT(PiecesOf("no line feed"), ElementsAre("no line feed"));
+    EXPECT_THAT(PiecesOf("a\nb\n"), ElementsAre("a\nb\n"));
+    EXPECT_THAT(PiecesOf("a\nb\nrest"), ElementsAre("a\nb\n", "rest"));
+    const std::string a(10000, 'a');
+    const std::string b(10000, 'b');
+    const std::string c(40000, 'c');
+    EXPECT_THAT(PiecesOf(a + "\n" + b + "\n" + c + "\n" + a), ElementsAre(a + "\n", b + "\n", c + "\n", a));
+    EXPECT_THAT(PiecesOf(c + c), ElementsAre(c + c));
+}
+
+TEST(FilePieces, AreTheWholeFileWhereverItsLinesEnd)
+{
+    for (size_t length = 16380; length < 16390; ++length) {
+        std::string text(length, 'x');
+        text += "\n" + std::string(length, 'y') + "\n" + std::string(length, 'z');
+        std::string together;
+        for (const std::string& piece : PiecesOf(text)) {
+            EXPECT_TRUE(piece.back() == '\n' || piece.back() == 'z');
+            together += piece;
+        }
+        EXPECT_TRUE(together == text) << length;
+    }
+}
+
+TEST(FilePieces, EndWhenNoMoreAreWanted)
+{
+    const std::string line(10000, 'x');
+    EXPECT_THAT(PiecesOf(line + "\n" + line + "\n" + line, 2), ElementsAre(line + "\n", line + "\n"));
+    EXPECT_THAT(PiecesOf("a\nrest", 1), ElementsAre("a\n"));
+}
+
+TEST(FilePieces, AreNotThereWithoutAFile)
+{
+    EXPECT_FALSE(FilePiecesRead("/proc/self/no-such-file", [](std::string_view) {
+        ADD_FAILURE();
+        return true;
+    }));
 }
 
 TEST(Lines, EndAtTheirLineFeeds)
