@@ -2,6 +2,7 @@
 
 #include <boost/bimap.hpp>
 #include <boost/format.hpp>
+#include <locale>
 
 #include "core/log.hpp"
 
@@ -67,7 +68,9 @@ std::string JobInfo::ToString() const
         VESK_LOG(LOG_ERR, "%s:%d Failed to convert to string", VESK_HERE);
         return {};
     }
-    return (boost::format("%1% %2% %3% %4%") % id % unit % strType % strState).str();
+    // The program's locale may group digits.
+    boost::format text("%1% %2% %3% %4%", std::locale::classic());
+    return (text % id % unit % strType % strState).str();
 }
 
 } // namespace VESK::Systemd

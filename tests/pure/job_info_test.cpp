@@ -5,6 +5,8 @@
 #include <syslog.h>
 #include <vesksystemd.hpp>
 
+#include "grouped_locale.hpp"
+
 namespace VeskTest
 {
 namespace
@@ -173,6 +175,13 @@ TEST(JobRecord, IsAStartThatRunsWhenItIsFresh)
     EXPECT_EQ(info.type, JobType::Start);
     EXPECT_EQ(info.state, JobState::Running);
     EXPECT_EQ(info.ToString(), "0  start running");
+}
+
+TEST(JobRecord, DoesNotDependOnHowTheProgramsLocaleWritesNumbers)
+{
+    const GroupedLocale locale;
+    const JobInfo info{1234, "a.service", JobType::Stop, JobState::Waiting};
+    EXPECT_EQ(info.ToString(), "1234 a.service stop waiting");
 }
 
 TEST(JobRecord, IsWrittenWithItsWords)

@@ -2,12 +2,12 @@
 
 #include <climits>
 #include <cstring>
-#include <locale>
 #include <stdexcept>
 #include <unistd.h>
 
 #include "call_faults.hpp"
 #include "children.hpp"
+#include "grouped_locale.hpp"
 #include "shown_file.hpp"
 #include "slices_ground.hpp"
 
@@ -133,21 +133,6 @@ TEST_F(Pathname, IsThatOfTheKernelsOwnFile)
     EXPECT_EQ(path.substr(0, 1), "/");
 }
 
-// Separates all digits, as a program's locale may.
-class Grouped : public std::numpunct<char>
-{
-public:
-    // No locale frees it.
-    Grouped()
-        : std::numpunct<char>(1)
-    {
-    }
-
-protected:
-    char do_thousands_sep() const override { return ','; }
-    std::string do_grouping() const override { return "\1"; }
-};
-
 TEST_F(Pathname, DoesNotDependOnHowTheProgramsLocaleWritesNumbers)
 {
     pid_t pid = 0;
@@ -157,13 +142,9 @@ TEST_F(Pathname, DoesNotDependOnHowTheProgramsLocaleWritesNumbers)
     }
     const OtherProcess child([] { return Eventually([] { return false; }) ? 0 : 1; });
     const ShownFile file("/proc/" + std::to_string(child.Pid()) + "/cgroup", "1:name=systemd:/a\n");
-    const Grouped grouped;
-    const std::locale before = std::locale::global(std::locale(std::locale::classic(), &grouped));
+    const GroupedLocale locale;
 
-    const bool found = VESKSystemdCgroupPathnameGet(child.Pid(), "name=systemd", path);
-
-    std::locale::global(before);
-    EXPECT_TRUE(found);
+    EXPECT_TRUE(VESKSystemdCgroupPathnameGet(child.Pid(), "name=systemd", path));
     EXPECT_EQ(path, "/a");
 }
 
