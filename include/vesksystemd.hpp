@@ -737,7 +737,7 @@ VESK_API bool VESKSystemdSliceList(std::vector<std::string>& vecSlices);
 /**
  * Ends everything in a slice: stops its units, then sends SIGTERM to what is left, and SIGKILL to what is
  * left after the time that the slice's key "SliceKillTimeoutSec" gives, 10 seconds without it. False only
- * when SIGKILL could not be sent.
+ * when SIGKILL could not be sent, and for a name that is empty or a path (0x0D00).
  */
 VESK_API bool VESKSystemdKillSlice(const std::string& strSlice);
 

@@ -22,6 +22,12 @@ namespace
 
 constexpr unsigned long kDefaultGraceSeconds = 10;
 
+/** Whether a name is that of one folder; below any other are units that do not belong to the slice. */
+bool IsFolderName(const std::string& strName)
+{
+    return !strName.empty() && strName != "." && strName != ".." && strName.find('/') == std::string::npos;
+}
+
 /** Whether a file holds anything. What is not there, or goes meanwhile as a cgroup does, holds nothing. */
 bool HoldsText(const std::string& strPath)
 {
@@ -136,6 +142,9 @@ bool EndsWithin(const std::string& strSlice, unsigned long ulSeconds)
 
 bool VESKSystemdKillSlice(const std::string& strSlice)
 {
+    if (!VESK_ARGUMENT(IsFolderName(strSlice))) {
+        return false;
+    }
     Texts vecUnits;
     if (!IsLive(strSlice, vecUnits)) {
         VESK_LOG(LOG_INFO, "%s:%d vesksystemd: There is no alive process in [%s], skip kill slice", VESK_HERE,

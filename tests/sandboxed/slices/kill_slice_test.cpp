@@ -102,6 +102,20 @@ protected:
     EventLog events;
 };
 
+TEST_F(KillSlice, RefusesANameThatWouldHaveOtherUnitsStopped)
+{
+    WriteText(kUnitProcesses, "1\n");
+    for (const char* name : {"", ".", "..", "a.slice/", "a.slice/x.service", "/a.slice", "../systemd"}) {
+        VLIBCErrSetEx(0, "", 0);
+        EXPECT_FALSE(VESKSystemdKillSlice(name)) << name;
+        EXPECT_EQ(VLIBCErrGet(), 0x0D00) << name;
+        EXPECT_THAT(log.Take(),
+                    ElementsAreArray({Error(kFile, "Invaild Argument (IsFolderName(strSlice))=[0]\n")}))
+            << name;
+    }
+    EXPECT_THAT(systemctl.Calls(), ::testing::IsEmpty());
+}
+
 TEST_F(KillSlice, SkipsASliceWithoutProcesses)
 {
     EXPECT_TRUE(VESKSystemdKillSlice("a.slice"));
