@@ -56,9 +56,9 @@ function(vesk_test target)
     target_link_libraries(${target} PRIVATE
         ${TEST_LIBRARIES} vesk_test_main_${TEST_TIER} vesk_test_support GTest::gmock)
     if(TEST_TIER STREQUAL "sandboxed")
-        add_dependencies(${target} vesk-sandbox systemctl-stand-in)
+        add_dependencies(${target} vesk-sandbox vesk_platform_tools systemctl-stand-in)
     elseif(TEST_TIER STREQUAL "live")
-        add_dependencies(${target} vesk-live)
+        add_dependencies(${target} vesk-live vesk_platform_tools)
     endif()
 
     vesk_test_launcher(${TEST_TIER} "${TEST_SANDBOX_OPTIONS}" launcher)
