@@ -70,9 +70,8 @@ TEST(Threads, DoNotHoldEachOthersPipes)
 
 TEST(Threads, ForkWhileOthersStartChildren)
 {
-#ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP()
-        << "the address sanitizer's allocator may be locked for ever in a child of a threaded process";
+#if defined __SANITIZE_ADDRESS__ || defined __SANITIZE_THREAD__
+    GTEST_SKIP() << "a sanitizer's allocator may be locked for ever in a child of a threaded process";
 #endif
     std::atomic<int> forks{0};
     InSixteenThreads([&](int number) {
