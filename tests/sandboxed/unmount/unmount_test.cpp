@@ -61,6 +61,39 @@ TEST_F(UnmountTest, ReplacesTheTargetsOfTheLastTime)
     EXPECT_EQ(ReadText(kEndFile), EndText("a.service"));
 }
 
+// One of the targets of the last time, while the other is gone.
+class TargetLeft : public UnmountTest, public ::testing::WithParamInterface<const char*>
+{
+};
+
+TEST_P(TargetLeft, IsReplacedThoughTheOtherDoesNotExist)
+{
+    WriteText(GetParam(), "[Unit]\nOther=1\n");
+    AddDependent("a.service");
+
+    EXPECT_TRUE(Run());
+
+    EXPECT_EQ(runs, 1);
+    EXPECT_EQ(ReadText(kBeginFile), BeginText("a.service"));
+    EXPECT_EQ(ReadText(kEndFile), EndText("a.service"));
+    EXPECT_THAT(OwnLog(), ElementsAre(StopLine("a.service")));
+}
+
+INSTANTIATE_TEST_SUITE_P(, TargetLeft, ::testing::Values(kBeginFile, kEndFile));
+
+TEST_F(UnmountTest, DoesNotMindThatThereAreNoTargetsOfTheLastTime)
+{
+    AddDependent("a.service");
+    for (const char* folder : {"/run/systemd/system", "/run/systemd"}) {
+        SCOPED_TRACE(folder);
+        RemoveAll(folder);
+        EXPECT_TRUE(Run());
+        EXPECT_EQ(ReadText(kBeginFile), BeginText("a.service"));
+        EXPECT_EQ(ReadText(kEndFile), EndText("a.service"));
+        EXPECT_THAT(OwnLog(), ElementsAre(StopLine("a.service")));
+    }
+}
+
 TEST_F(UnmountTest, RunsNothingButTheActionWhenNobodyUsesTheVolumes)
 {
     AddUnit("other.service", "VolumeDependency=none\n");
