@@ -8,7 +8,7 @@
 #include "files.hpp"
 #include "journal_capture.hpp"
 #include "live_units.hpp"
-#include "process_list.hpp"
+#include "targets_rest.hpp"
 
 namespace VeskTest
 {
@@ -21,9 +21,6 @@ using ::testing::Field;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-constexpr const char* kFlag = "/run/vesksystemd/isolate-not-finish-flag";
-constexpr const char* kIsolateLock = "/run/vesksystemd/locks/isolate-and-volume-unmount-action.lock";
-constexpr const char* kOperationLock = "/run/vesksystemd/locks/system-operation.lock";
 constexpr const char* kIsolateFile = "systemd_isolate_target.cpp";
 constexpr const char* kSlow = "slow.service";
 constexpr const char* kSmall = "small.target";
@@ -44,16 +41,7 @@ protected:
         MustSystemctl({"enable", "--now", kSlow});
     }
 
-    void TearDown() override
-    {
-        EXPECT_FALSE(Exists(kFlag));
-        EXPECT_TRUE(IsLockFree(kIsolateLock));
-        EXPECT_TRUE(IsLockFree(kOperationLock));
-        EXPECT_TRUE(Eventually([] {
-            return OtherProcessesOfThisProgram().empty() &&
-                   ProcessesThatRun("vesk-systemd-status-monitor.sh").empty();
-        }));
-    }
+    void TearDown() override { ExpectTargetsAtRest(); }
 
     VESK_SYSTEMD_ISOLATE_WAIT_STOP_RESULT result = VESK_SYSTEMD_ISOLATE_WAIT_STOP_JOB_LIST_FAILED;
     JournalCapture journal;

@@ -1,0 +1,24 @@
+#include "targets_rest.hpp"
+
+#include <gtest/gtest.h>
+
+#include "children.hpp"
+#include "file_locks.hpp"
+#include "files.hpp"
+#include "process_list.hpp"
+
+namespace VeskTest
+{
+
+void ExpectTargetsAtRest()
+{
+    EXPECT_FALSE(Exists(kFlag));
+    for (const char* lock : {kOperationLock, kActionLock, kIsolateLock}) {
+        EXPECT_TRUE(IsLockFree(lock)) << lock;
+    }
+    EXPECT_TRUE(Eventually([] { return ProcessesThatRun("vesk-systemd-status-monitor.sh").empty(); }));
+    EXPECT_TRUE(Eventually([] { return OtherProcessesOfThisProgram().empty(); }));
+    EXPECT_TRUE(IsLockFree(kExitLock)) << "nobody is left who could hold it";
+}
+
+} // namespace VeskTest
