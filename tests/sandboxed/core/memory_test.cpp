@@ -1,60 +1,12 @@
-#include <cstdlib>
 #include <gmock/gmock.h>
 #include <new>
 
 #include "boot_step.hpp"
 #include "holdings.hpp"
+#include "memory_fault.hpp"
 #include "queued_jobs.hpp"
 #include "runner_call.hpp"
 #include "syslog_capture.hpp"
-
-namespace
-{
-
-// How many allocations of this thread still succeed; negative for all.
-thread_local long allocationsLeft = -1;
-
-void* Allocate(std::size_t size)
-{
-    if (allocationsLeft == 0) {
-        throw std::bad_alloc();
-    }
-    allocationsLeft -= allocationsLeft > 0 ? 1 : 0;
-    void* memory = std::malloc(size == 0 ? 1 : size);
-    return memory == nullptr ? throw std::bad_alloc() : memory;
-}
-
-} // namespace
-
-void* operator new(std::size_t size)
-{
-    return Allocate(size);
-}
-
-void* operator new[](std::size_t size)
-{
-    return Allocate(size);
-}
-
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete[](void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete[](void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
 
 namespace VeskTest
 {
@@ -63,16 +15,6 @@ namespace
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-// Memory is used up after that many allocations, to the end of the scope.
-class MemoryFor
-{
-public:
-    explicit MemoryFor(long allocations) { allocationsLeft = allocations; }
-    ~MemoryFor() { allocationsLeft = -1; }
-    MemoryFor(const MemoryFor&) = delete;
-    MemoryFor& operator=(const MemoryFor&) = delete;
-};
 
 TEST(SplitWithoutMemory, FailsWithItsCodeAndLeavesTheListAsItWas)
 {
