@@ -20,15 +20,17 @@ void CountSignal(int)
     ++Counter();
 }
 
-void SetTimer(suseconds_t period)
+void SetTimer(std::chrono::milliseconds period)
 {
-    const itimerval timer{{0, period}, {0, period}};
+    const timeval time{static_cast<time_t>(period.count() / 1000),
+                       static_cast<suseconds_t>(period.count() % 1000 * 1000)};
+    const itimerval timer{time, time};
     setitimer(ITIMER_REAL, &timer, nullptr);
 }
 
 } // namespace
 
-SignalStorm::SignalStorm()
+SignalStorm::SignalStorm(std::chrono::milliseconds period)
 {
     Counter() = 0;
     struct sigaction action {
@@ -36,12 +38,12 @@ SignalStorm::SignalStorm()
     action.sa_handler = CountSignal;
     sigemptyset(&action.sa_mask);
     sigaction(SIGALRM, &action, &m_before);
-    SetTimer(1000);
+    SetTimer(period);
 }
 
 SignalStorm::~SignalStorm()
 {
-    SetTimer(0);
+    SetTimer(std::chrono::milliseconds(0));
     sigaction(SIGALRM, &m_before, nullptr);
 }
 

@@ -1,16 +1,17 @@
 #pragma once
 
+#include <chrono>
 #include <csignal>
 
 namespace VeskTest
 {
 
-// While it lives, SIGALRM arrives every millisecond at a handler that was set without SA_RESTART, so that
-// every call of this process that blocks is interrupted again and again. One at a time.
+// While it lives, SIGALRM arrives again and again, every millisecond if nothing else is said, at a handler that
+// was set without SA_RESTART, so that every call of this process that blocks is interrupted. One at a time.
 class SignalStorm
 {
 public:
-    SignalStorm();
+    explicit SignalStorm(std::chrono::milliseconds period = std::chrono::milliseconds(1));
     ~SignalStorm();
     SignalStorm(const SignalStorm&) = delete;
     SignalStorm& operator=(const SignalStorm&) = delete;

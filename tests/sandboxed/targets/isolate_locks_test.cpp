@@ -1,6 +1,8 @@
 // The locks of an isolation, the child that releases one of them early, and what is left when its process
 // dies.
 
+#include <chrono>
+#include <csignal>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -68,6 +70,17 @@ protected:
         EXPECT_FALSE(IsLockFreeToShare(kIsolateLock));
         EXPECT_FALSE(IsLockFree(kExitLock));
         EXPECT_TRUE(IsLockFreeToShare(kExitLock));
+    }
+
+    // The child of the isolation, which is the other process that has the isolate lock.
+    static pid_t ChildOf(const OtherProcess& isolation)
+    {
+        for (const pid_t pid : ProcessesWithOpen(kIsolateLock)) {
+            if (pid != isolation.Pid()) {
+                return pid;
+            }
+        }
+        return -1;
     }
 
     static bool AwaitAllLocksFree()
@@ -241,6 +254,33 @@ TEST_F(IsolateLocks, AreGivenUpByTheChildAfterTwoMinutes)
         log.Take(),
         ElementsAreArray(InOrder(
             {Begin(), {Error(kIsolateFile, "vesksystemd: Isolate doesn't execute successfully")}, Done()})));
+}
+
+TEST_F(IsolateLocks, AreKeptByAChildThatWaitsAsLongThoughSignalsInterruptIt)
+{
+    HoldFirstReading();
+    OtherProcess isolation([] {
+        struct sigaction action {
+        };
+        action.sa_handler = [](int) {};
+        sigaction(SIGUSR1, &action, nullptr);
+        return IsolateHere();
+    });
+    ASSERT_TRUE(AwaitFirstReading());
+    ASSERT_TRUE(AwaitHalfSeconds(1));
+    const pid_t child = ChildOf(isolation);
+    ASSERT_GT(child, 0);
+
+    const int pauses = spy.HalfSeconds();
+    const auto begin = std::chrono::steady_clock::now();
+    EXPECT_TRUE(Eventually([&] {
+        EXPECT_EQ(kill(child, SIGUSR1), 0);
+        return spy.HalfSeconds() >= pauses + 3;
+    }));
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1)) << "two whole pauses";
+
+    LetFirstReadingGo();
+    EXPECT_EQ(isolation.Wait(), Exited(0));
 }
 
 TEST_F(IsolateLocks, AreFreeAtOnceWhenTheIsolationIsKilledBeforeItIsolates)

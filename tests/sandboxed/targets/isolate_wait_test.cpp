@@ -1,6 +1,9 @@
 // The wait for the stop jobs of an isolation.
 
+#include <chrono>
+
 #include "isolate_ground.hpp"
+#include "signal_storm.hpp"
 
 namespace VeskTest
 {
@@ -203,6 +206,22 @@ TEST_F(IsolateWait, IsDoneWhenTheLastPassFindsNoStopJob)
 
     EXPECT_EQ(result, kDone);
     EXPECT_EQ(spy.Seconds(), kPasses - 1);
+}
+
+TEST_F(IsolateWait, LetsASecondPassBetweenReadingsThoughSignalsInterruptIt)
+{
+    Readings({"", "2 a.service stop running", "2 a.service stop running", ""});
+    spy.OnSecond(nullptr);
+    const auto begin = std::chrono::steady_clock::now();
+    {
+        const SignalStorm storm;
+        EXPECT_TRUE(Isolate());
+        EXPECT_GT(SignalStorm::Count(), 0);
+    }
+    EXPECT_GE(std::chrono::steady_clock::now() - begin, std::chrono::seconds(2));
+    EXPECT_EQ(result, kDone);
+    EXPECT_EQ(spy.Seconds(), 2);
+    EXPECT_EQ(systemctl.Calls().size(), 5U) << "the isolation and four readings";
 }
 
 } // namespace
