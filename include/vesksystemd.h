@@ -237,8 +237,8 @@ VESK_API int VESKCSystemdServiceReasonList(const char* szService, VLIBCSzList** 
 /*
  * A volume is named by its mount path, which begins with "/" and does not end with one. Which volumes a unit
  * or a package uses stands in a file of its own, a JSON array, which is replaced as a whole: whatever dies
- * when, it holds the array from before or after. One program changes registries at a time; another one fails
- * at once.
+ * when, it holds the array from before or after. A replaced file keeps its owner and mode; when it cannot, the
+ * change fails. One program changes registries at a time; another one fails at once.
  */
 
 /** Adds a volume to those that a unit uses. One that is there already is a success. */

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/c_forms.hpp"
@@ -92,13 +93,32 @@ bool Sync(int fd)
     return nResult == 0;
 }
 
-/** Writes a new file so that it is on the disk when this returns. */
-bool Dump(const string& strPath, const string& strText)
+/** Gives a file the owner and the mode that another one has. */
+bool OwnerCopy(int fd, const struct stat& before)
 {
+    struct stat now {
+    };
+    if (fstat(fd, &now) != 0) {
+        return false;
+    }
+    const bool blSame = now.st_uid == before.st_uid && now.st_gid == before.st_gid;
+    return (blSame || fchown(fd, before.st_uid, before.st_gid) == 0) &&
+           fchmod(fd, before.st_mode & ALLPERMS) == 0;
+}
+
+/** Writes a file that is to take the place of the one at the path, if any, so that it is on the disk. */
+bool Dump(const string& strTemporary, const string& strPath, const string& strText)
+{
+    struct stat before {
+    };
+    const bool blReplaces = stat(strPath.c_str(), &before) == 0;
     // What a killed process of the same id has left goes; what a link points at is nobody's to be written.
-    unlink(strPath.c_str());
-    UniqueFd fd(open(strPath.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644));
-    return fd.IsOpen() && WriteAll(fd.Get(), strText) && Sync(fd.Get()) && fd.Close();
+    unlink(strTemporary.c_str());
+    // Nobody else reads it before it has the owner that it is to have.
+    UniqueFd fd(open(strTemporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                     blReplaces ? S_IRUSR | S_IWUSR : 0644));
+    return fd.IsOpen() && (!blReplaces || OwnerCopy(fd.Get(), before)) && WriteAll(fd.Get(), strText) &&
+           Sync(fd.Get()) && fd.Close();
 }
 
 UniqueFd FolderOpen(const Registry& registry)
@@ -132,7 +152,7 @@ bool Write(const Registry& registry, const VolumeElements& vecElements)
     const string strPath = registry.PathGet();
     const string strTemporary = registry.TemporaryGet();
     bool blResult = false;
-    if (!Dump(strTemporary, VolumeArrayText(vecElements))) {
+    if (!Dump(strTemporary, strPath, VolumeArrayText(vecElements))) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to dump json file to [%s]", VESK_HERE,
                  strTemporary.c_str());
     } else if (!Replace(strTemporary, registry)) {

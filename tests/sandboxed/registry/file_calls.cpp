@@ -135,6 +135,20 @@ int fsync(int descriptor)
     return failure ? FailWith(*failure) : real(descriptor);
 }
 
+int fchown(int descriptor, uid_t user, gid_t group) noexcept
+{
+    static const auto real = VeskTest::Next<int(int, uid_t, gid_t)>("fchown");
+    const auto failure = Failure("chown", VeskTest::PathOf(descriptor));
+    return failure ? FailWith(*failure) : real(descriptor, user, group);
+}
+
+int fchmod(int descriptor, mode_t mode) noexcept
+{
+    static const auto real = VeskTest::Next<int(int, mode_t)>("fchmod");
+    const auto failure = Failure("chmod", VeskTest::PathOf(descriptor));
+    return failure ? FailWith(*failure) : real(descriptor, mode);
+}
+
 int rename(const char* from, const char* to) noexcept
 {
     static const auto real = VeskTest::Next<int(const char*, const char*)>("rename");

@@ -11,8 +11,8 @@
 namespace VeskTest
 {
 
-// One at a time, and only while one thread changes registries. A call is "open PATH", "write PATH", "sync PATH",
-// "rename PATH PATH" or "unlink PATH"; those on other files are not seen.
+// One at a time, and only while one thread changes registries. A call is "open PATH", "chown PATH", "chmod PATH",
+// "write PATH", "sync PATH", "rename PATH PATH" or "unlink PATH"; those on other files are not seen.
 class FileCalls
 {
 public:

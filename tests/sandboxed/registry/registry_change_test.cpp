@@ -3,7 +3,10 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "checks.hpp"
 #include "children.hpp"
+#include "error.hpp"
+#include "file_calls.hpp"
 #include "file_locks.hpp"
 #include "platform_spy.hpp"
 #include "registry_ground.hpp"
@@ -92,6 +95,80 @@ TEST_P(RegistryChange, WorksInAProcessWithoutStandardStreams)
               }),
               Exited(0));
     EXPECT_EQ(ReadText(GetParam().File()), Volumes(GetParam().registers ? Words{"/volume1"} : Words{}));
+}
+
+// Whose a file is, and who may do what with it.
+struct Access {
+    uid_t user;
+    gid_t group;
+    unsigned mode;
+};
+
+Access AccessOf(const std::string& path)
+{
+    struct stat status {
+    };
+    VeskGround::Require(stat(path.c_str(), &status), "look at", path);
+    return {status.st_uid, status.st_gid, Mode(path)};
+}
+
+bool operator==(const Access& left, const Access& right)
+{
+    return left.user == right.user && left.group == right.group && left.mode == right.mode;
+}
+
+std::ostream& operator<<(std::ostream& stream, const Access& access)
+{
+    return stream << access.user << ':' << access.group << ' ' << std::oct << access.mode << std::dec;
+}
+
+TEST_P(RegistryChange, KeepsTheModeOfTheFile)
+{
+    const std::string file = GetParam().File();
+    for (const unsigned mode : {0600U, 0640U, 0664U, 0666U, 0400U, 0755U}) {
+        WriteText(file, R"(["/volume2"])");
+        VeskGround::Require(chmod(file.c_str(), mode), "change the mode of", file);
+        EXPECT_TRUE(Run());
+        EXPECT_NE(ReadText(file), R"(["/volume2"])") << "it was replaced";
+        EXPECT_EQ(Mode(file), mode);
+        RemoveAll(file);
+    }
+    EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+TEST_P(RegistryChange, KeepsTheOwnerOfTheFile)
+{
+    if (!CanBecomeOtherUsers()) {
+        GTEST_SKIP() << "this sandbox has one user only";
+    }
+    const std::string file = GetParam().File();
+    for (const Access& access :
+         {Access{4711, 4712, 0600}, Access{0, 4712, 0640}, Access{4711, 0, 0644}, Access{4711, 4712, 0755}}) {
+        WriteText(file, R"(["/volume2"])");
+        VeskGround::Require(chown(file.c_str(), access.user, access.group), "change the owner of", file);
+        VeskGround::Require(chmod(file.c_str(), access.mode), "change the mode of", file);
+        EXPECT_TRUE(Run());
+        EXPECT_NE(ReadText(file), R"(["/volume2"])") << "it was replaced";
+        EXPECT_EQ(AccessOf(file), access);
+    }
+    EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+TEST_P(RegistryChange, ShowsTheNewFileToNobodyWhoMayNotReadTheOldOne)
+{
+    const std::string file = GetParam().File();
+    WriteText(file, R"(["/volume2"])", 0600);
+    umask(0);
+    FileCalls calls;
+    unsigned mode = 0;
+    calls.Before([&](const std::string& call) {
+        if (call == "chmod " + Temporary(file)) {
+            mode = Mode(Temporary(file));
+        }
+    });
+    EXPECT_TRUE(Run());
+    umask(before.mask);
+    EXPECT_EQ(mode, 0600U);
 }
 
 INSTANTIATE_TEST_SUITE_P(To, RegistryChange, ValuesIn(Changes()), NameOf<Change>);
@@ -199,6 +276,14 @@ TEST_F(Register, LetsNobodyElseWriteTheFile)
     EXPECT_TRUE(VESKSystemdVolumeRegister("foo", "/volume1"));
     umask(before.mask);
     EXPECT_EQ(Mode(UnitFile("foo.service")), 0644U);
+}
+
+TEST_F(Register, LeavesTheModeOfANewFileToTheMask)
+{
+    umask(0077);
+    EXPECT_TRUE(VESKSystemdVolumeRegister("foo", "/volume1"));
+    umask(before.mask);
+    EXPECT_EQ(Mode(UnitFile("foo.service")), 0600U);
 }
 
 TEST_F(Register, LetsNoProgramHaveTheLock)

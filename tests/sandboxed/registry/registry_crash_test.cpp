@@ -3,7 +3,9 @@
 #include <csignal>
 #include <unistd.h>
 
+#include "checks.hpp"
 #include "children.hpp"
+#include "error.hpp"
 #include "file_calls.hpp"
 #include "file_locks.hpp"
 #include "registry_ground.hpp"
@@ -23,8 +25,25 @@ TEST_P(RegistryCrash, OfThePowerFindsTheOldFileOrTheNewOneOnTheDisk)
 {
     FileCalls calls;
     EXPECT_TRUE(Run());
+    EXPECT_THAT(
+        calls.Take(),
+        ElementsAreArray({"open " + file, "unlink " + Temporary(file), "open " + Temporary(file),
+                          "chmod " + Temporary(file), "write " + Temporary(file), "sync " + Temporary(file),
+                          "open " + folder + "/", "rename " + Temporary(file) + " " + file, "sync " + folder,
+                          "unlink " + Temporary(file)}));
+}
+
+TEST_P(RegistryCrash, OfThePowerFindsTheNewFileWithItsOwnerAndMode)
+{
+    if (!CanBecomeOtherUsers()) {
+        GTEST_SKIP() << "this sandbox has one user only";
+    }
+    VeskGround::Require(chown(file.c_str(), 4711, 4712), "change the owner of", file);
+    FileCalls calls;
+    EXPECT_TRUE(Run());
     EXPECT_THAT(calls.Take(),
                 ElementsAreArray({"open " + file, "unlink " + Temporary(file), "open " + Temporary(file),
+                                  "chown " + Temporary(file), "chmod " + Temporary(file),
                                   "write " + Temporary(file), "sync " + Temporary(file),
                                   "open " + folder + "/", "rename " + Temporary(file) + " " + file,
                                   "sync " + folder, "unlink " + Temporary(file)}));

@@ -5,6 +5,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include "checks.hpp"
 #include "children.hpp"
 #include "error.hpp"
 #include "file_calls.hpp"
@@ -108,6 +109,20 @@ TEST_P(RegistryFailure, OfAWriteAfterAFewBytes)
 TEST_P(RegistryFailure, OfSyncingTheFile)
 {
     ExpectFailureOnce("sync " + Temporary(file), EIO, NotDumped(file));
+}
+
+TEST_P(RegistryFailure, OfKeepingTheMode)
+{
+    ExpectFailureOnce("chmod " + Temporary(file), EPERM, NotDumped(file));
+}
+
+TEST_P(RegistryFailure, OfKeepingTheOwner)
+{
+    if (!CanBecomeOtherUsers()) {
+        GTEST_SKIP() << "this sandbox has one user only";
+    }
+    VeskGround::Require(chown(file.c_str(), 4711, 4712), "change the owner of", file);
+    ExpectFailureOnce("chown " + Temporary(file), EPERM, NotDumped(file));
 }
 
 TEST_P(RegistryFailure, OfCreatingTheTemporaryFile)
