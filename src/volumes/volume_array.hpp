@@ -8,8 +8,8 @@ namespace VESK::Systemd
 {
 
 /**
- * An element of a registry file. Its text is written back as it was read: a number of any size, an object, and
- * a string with its escapes stay what they are.
+ * An element of a registry file. Its text is written back as it was read: a number with all its digits, an
+ * object, and a string with its escapes stay what they are.
  */
 struct VolumeElement {
     std::string strText;
@@ -26,8 +26,9 @@ enum class VolumeArray {
 };
 
 /**
- * Reads the text of a registry file. Only what a rewrite keeps counts as JSON, so no comments and nothing after
- * the array.
+ * Reads the text of a registry file. What a rewrite would lose does not count as JSON: comments between the
+ * elements, and anything after the array. Nor does a number that is too large for a double. Within elements the
+ * reader also takes some comments, and numbers such as "01", "+1" and "-"; they are kept.
  */
 VolumeArray VolumeArrayParse(std::string_view svText, VolumeElements& vecElements);
 

@@ -72,6 +72,10 @@ std::vector<Damage> Damages()
         {"comment_after_an_element", R"(["/volume2" /* the second */, "/volume3"])", false},
         {"comment_at_the_end", "[\"/volume2\" // the second\n]", false},
         {"comment_in_an_empty_array", "[/* none */]", false},
+        {"number_too_large", "[1e999]", false},
+        {"number_too_small", "[-1e999]", false},
+        {"number_without_exponent", "[1e]", false},
+        {"sign_alone", "[+]", false},
         {"trailing_comma", R"(["/volume2",])", false},
         {"double_comma", R"(["/volume2",,"/volume3"])", false},
         {"leading_comma", R"([,"/volume2"])", false},
@@ -234,6 +238,23 @@ TEST_F(RegistryContent, OfAnyOtherKindIsKeptByteForByte)
     EXPECT_EQ(ReadText(file), Array(With(others, Quoted("/volume1"))));
     EXPECT_TRUE(VESKSystemdVolumeUnregister("foo", "/volume1"));
     EXPECT_EQ(ReadText(file), Array(others));
+    EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+// What the reader takes though it is no JSON.
+TEST_F(RegistryContent, ThatIsOnlyNearlyJsonIsKeptByteForByteWithinElements)
+{
+    const std::string file = UnitFile("foo.service");
+    for (const std::string& element : Words{"[1 /* x */]", "{\"a\": 1 // x\n}", "{/* x */}",
+                                            "{/* \"/volume1\" */ \"a\": 1}", "-", "01", "+1", "1.", "-.5"}) {
+        SCOPED_TRACE(element);
+        WriteText(file, "[" + element + "]");
+        EXPECT_FALSE(VESKSystemdVolumeIsRegisteredByUnit("foo", {"/volume1"}));
+        EXPECT_TRUE(VESKSystemdVolumeRegister("foo", "/volume1"));
+        EXPECT_EQ(ReadText(file), Array({element, Quoted("/volume1")}));
+        EXPECT_TRUE(VESKSystemdVolumeUnregister("foo", "/volume1"));
+        EXPECT_EQ(ReadText(file), Array({element}));
+    }
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
