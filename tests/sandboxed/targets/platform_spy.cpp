@@ -90,17 +90,20 @@ int PlatformSpy::HalfSeconds() const
 
 int PlatformSpy::Lock(const char* path, bool mode, int timeout, int* descriptor)
 {
-    m_locks.push_back({path, mode, timeout});
+    {
+        const std::lock_guard<std::mutex> guard(m_mutex);
+        m_locks.push_back({path, mode, timeout});
+    }
     return RealLock()(path, mode, m_waitForLocks ? timeout : 0, descriptor);
 }
 
 int PlatformSpy::Fork(unsigned long long flags)
 {
-    ++m_forks;
+    const int number = ++m_forks;
     if (m_onFork) {
-        m_onFork(m_forks);
+        m_onFork(number);
     }
-    if (m_forks == m_failingFork) {
+    if (number == m_failingFork) {
         VLIBCErrSetEx(0x1234, "fork.c", 7);
         return -1;
     }

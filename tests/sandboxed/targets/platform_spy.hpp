@@ -2,7 +2,9 @@
 // and passes them on.
 #pragma once
 
+#include <atomic>
 #include <functional>
+#include <mutex>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -27,7 +29,7 @@ public:
     PlatformSpy(const PlatformSpy&) = delete;
     PlatformSpy& operator=(const PlatformSpy&) = delete;
 
-    // The locks that were asked for, in their order.
+    // The locks that were asked for, in their order. Not while other threads ask.
     const std::vector<LockRequest>& Locks() const { return m_locks; }
     // From now on a lock that is not free is not waited for.
     void DoNotWaitForLocks() { m_waitForLocks = false; }
@@ -64,11 +66,12 @@ public:
 private:
     struct Shared;
 
+    std::mutex m_mutex;
     std::vector<LockRequest> m_locks;
     bool m_waitForLocks = true;
-    int m_forks = 0;
+    std::atomic<int> m_forks{0};
     int m_failingFork = 0;
-    int m_sections = 0;
+    std::atomic<int> m_sections{0};
     int m_failingSection = 0;
     bool m_processesHidden = false;
     std::function<void(int)> m_onFork;
