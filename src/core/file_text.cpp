@@ -9,8 +9,6 @@
 
 namespace VESK::Systemd
 {
-namespace
-{
 
 ssize_t ReadSome(int fd, char* pBuffer, size_t cbBuffer)
 {
@@ -20,8 +18,6 @@ ssize_t ReadSome(int fd, char* pBuffer, size_t cbBuffer)
     } while (cbRead < 0 && errno == EINTR);
     return cbRead;
 }
-
-} // namespace
 
 bool FilePiecesRead(const std::string& strPath, const std::function<bool(std::string_view svPiece)>& take)
 {

@@ -3,9 +3,13 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <sys/types.h>
 
 namespace VESK::Systemd
 {
+
+/** read(), which is begun again when a signal handler of the caller cuts it short. */
+ssize_t ReadSome(int fd, char* pBuffer, size_t cbBuffer);
 
 /**
  * Hands a file to `take` piece by piece, each of whole lines, until that returns false. False when the file cannot

@@ -3,9 +3,9 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <system_error>
-#include <unistd.h>
 
 #include "core/file_system.hpp"
+#include "core/file_text.hpp"
 #include "core/glob_result.hpp"
 #include "core/log.hpp"
 #include "core/pause.hpp"
@@ -32,13 +32,8 @@ bool IsFolderName(const std::string& strName)
 bool HoldsText(const std::string& strPath)
 {
     const VESK::Systemd::UniqueFd fd(open(strPath.c_str(), O_RDONLY | O_CLOEXEC));
-    ssize_t cbRead = -1;
-    if (fd.IsOpen()) {
-        char cFirst = 0;
-        do {
-            cbRead = read(fd.Get(), &cFirst, sizeof cFirst);
-        } while (cbRead < 0 && errno == EINTR);
-    }
+    char cFirst = 0;
+    const ssize_t cbRead = fd.IsOpen() ? VESK::Systemd::ReadSome(fd.Get(), &cFirst, sizeof cFirst) : -1;
     if (cbRead < 0 && errno != ENOENT && errno != ENODEV) {
         throw std::system_error(errno, std::generic_category(), strPath);
     }
