@@ -266,7 +266,7 @@ VESK_API int VESKCSystemdVolumeDependencyGet(const char* szUnit, VESK_SYSTEMD_VO
 /**
  * Pushes the services that use files below a mount path, in no order: that have a process which works in,
  * runs, holds open or maps one. Services with the key "SkipListByMntPath" set to "yes" are left out. Reads
- * all of /proc; 0x0900 when that cannot be opened.
+ * all of /proc; 0x0900 when that cannot be opened, or descriptors or memory are too short to look at a process.
  */
 VESK_API int VESKCSystemdServiceListByMntPath(const char* szMntPath, VLIBCSzList** ppListServices);
 

@@ -1,6 +1,7 @@
 #include "volumes/mount_path_files.hpp"
 
 #include <array>
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <fcntl.h>
@@ -26,6 +27,11 @@ dev_t DeviceOf(const std::string& strPath)
 
 } // namespace
 
+bool IsShortage(int nError)
+{
+    return nError == EMFILE || nError == ENFILE || nError == ENOMEM;
+}
+
 MountPathFiles::MountPathFiles(const std::string& strMntPath)
     : m_strMntPath(strMntPath)
     , m_device(DeviceOf(strMntPath))
@@ -34,6 +40,7 @@ MountPathFiles::MountPathFiles(const std::string& strMntPath)
 
 bool MountPathFiles::IsUsedBy(int nPid, std::string& strFile)
 {
+    m_blIncomplete = false;
     const std::string strProcess = "/proc/" + std::to_string(nPid);
     return IsLinkOnMountPath(AT_FDCWD, (strProcess + "/cwd").c_str(), strFile) ||
            IsLinkOnMountPath(AT_FDCWD, (strProcess + "/exe").c_str(), strFile) ||
@@ -68,6 +75,11 @@ bool MountPathFiles::IsOnMountPath(const std::string& strResolved) const
     return strResolved.size() == m_strMntPath.size() || strResolved[m_strMntPath.size()] == '/';
 }
 
+void MountPathFiles::PassOver(int nError)
+{
+    m_blIncomplete = m_blIncomplete || IsShortage(nError);
+}
+
 bool MountPathFiles::IsLinkOnMountPath(int fdFolder, const char* szLink, std::string& strFile)
 {
     std::array<char, PATH_MAX> target;
@@ -86,6 +98,7 @@ bool MountPathFiles::IsLinkOnMountPath(int fdFolder, const char* szLink, std::st
 bool MountPathFiles::HoldsOpen(const std::string& strProcess, std::string& strFile)
 {
     Directory descriptors(strProcess + "/fd/");
+    PassOver(descriptors.Error());
     while (const char* szDescriptor = descriptors.Next()) {
         if (IsLinkOnMountPath(descriptors.Descriptor(), szDescriptor, strFile)) {
             return true;
@@ -97,10 +110,13 @@ bool MountPathFiles::HoldsOpen(const std::string& strProcess, std::string& strFi
 bool MountPathFiles::Maps(const std::string& strProcess, std::string& strFile)
 {
     bool blFound = false;
-    FilePiecesRead(strProcess + "/maps", [&](std::string_view svPiece) {
+    const bool blOpened = FilePiecesRead(strProcess + "/maps", [&](std::string_view svPiece) {
         blFound = IsMapped(svPiece, strFile);
         return !blFound;
     });
+    if (!blOpened) {
+        PassOver(errno);
+    }
     return blFound;
 }
 

@@ -9,6 +9,9 @@
 namespace VESK::Systemd
 {
 
+/** Whether a call failed for lack of descriptors or memory, which tells nothing of what it was made for. */
+bool IsShortage(int nError);
+
 /**
  * One scan for the files of processes that lie on a mount path. What a text resolves to is the same for the
  * whole scan, so each is resolved once: all processes map the same libraries and many hold the same files.
@@ -22,6 +25,12 @@ public:
      * found. */
     bool IsUsedBy(int nPid, std::string& strFile);
 
+    /**
+     * Whether something of the last process could not be looked at for lack of descriptors or memory. What is
+     * gone or may not be read does not count.
+     */
+    bool IsIncomplete() const { return m_blIncomplete; }
+
 private:
     using File = std::optional<std::string>;
 
@@ -31,6 +40,7 @@ private:
 
     bool IsOnMountPath(const std::string& strResolved) const;
 
+    void PassOver(int nError);
     bool IsLinkOnMountPath(int fdFolder, const char* szLink, std::string& strFile);
     bool HoldsOpen(const std::string& strProcess, std::string& strFile);
     bool Maps(const std::string& strProcess, std::string& strFile);
@@ -38,6 +48,7 @@ private:
 
     std::string m_strMntPath;
     dev_t m_device;
+    bool m_blIncomplete = false;
     std::unordered_map<std::string, File> m_mapResolved;
     /** The path looked up last: its memory is used again and again. */
     std::string m_strPath;

@@ -1,5 +1,6 @@
 #include "vesksystemd.hpp"
 
+#include <cerrno>
 #include <unordered_set>
 
 #include "core/c_forms.hpp"
@@ -10,43 +11,68 @@
 using VESK::Systemd::CForm;
 using VESK::Systemd::Directory;
 using VESK::Systemd::ListForm;
+using VESK::Systemd::MountPathFiles;
 using VESK::Systemd::Texts;
 
 namespace
 {
 
-/** The service that holds a process; false when none does, or one that is not to be listed. */
-bool ListedServiceGet(int nPid, std::string& strService)
+using Services = std::unordered_set<std::string>;
+
+/** Whether a unit is a service that does not ask to be left out. */
+bool IsListed(const std::string& strUnit)
 {
-    if (!VESKSystemdGetByPid(nPid, strService) || VESK::Systemd::UnitTypeGet(strService) != "service") {
+    if (VESK::Systemd::UnitTypeGet(strUnit) != "service") {
         return false;
     }
     bool blSkip = false;
-    return !VESKSystemdServiceSkipListByMntPath(strService, blSkip) || !blSkip;
+    return !VESKSystemdServiceSkipListByMntPath(strUnit, blSkip) || !blSkip;
+}
+
+/** Adds the service that holds a process if that one uses files on the mount path. False when it cannot be told. */
+bool UserAdd(MountPathFiles& files, int nPid, Services& setServices)
+{
+    std::string strFile;
+    if (!files.IsUsedBy(nPid, strFile)) {
+        return !files.IsIncomplete();
+    }
+    std::string strUnit;
+    errno = 0;
+    if (!VESKSystemdGetByPid(nPid, strUnit)) {
+        return !VESK::Systemd::IsShortage(errno);
+    }
+    if (IsListed(strUnit)) {
+        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: file used: [%s]", VESK_HERE, strFile.c_str());
+        setServices.insert(strUnit);
+    }
+    return true;
+}
+
+/** Adds the services that use files on the mount path. False when they cannot be told. */
+bool UsersAdd(const std::string& strMntPath, Services& setServices)
+{
+    MountPathFiles files(strMntPath);
+    Directory processes("/proc/");
+    if (processes.Error() != 0) {
+        return false;
+    }
+    while (const char* szEntry = processes.Next()) {
+        const bool blProcess = *szEntry >= '0' && *szEntry <= '9';
+        if (blProcess && !UserAdd(files, std::stoi(szEntry), setServices)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 } // namespace
 
 bool VESKSystemdServiceListByMntPath(const std::string& strMntPath, Texts& vecServices)
 {
-    VESK::Systemd::MountPathFiles files(strMntPath);
-    Directory processes("/proc/");
-    if (processes.Error() != 0) {
+    Services setServices;
+    if (!UsersAdd(strMntPath, setServices)) {
         VLIBCErrSetEx(VESK::Systemd::ERR_OPEN_DIRECTORY, VESK_HERE);
         return false;
-    }
-    std::unordered_set<std::string> setServices;
-    while (const char* szEntry = processes.Next()) {
-        if (*szEntry < '0' || *szEntry > '9') {
-            continue;
-        }
-        const int nPid = std::stoi(szEntry);
-        std::string strFile;
-        std::string strService;
-        if (files.IsUsedBy(nPid, strFile) && ListedServiceGet(nPid, strService)) {
-            VESK_LOG(LOG_INFO, "%s:%d vesksystemd: file used: [%s]", VESK_HERE, strFile.c_str());
-            setServices.insert(strService);
-        }
     }
     vecServices.assign(setServices.begin(), setServices.end());
     return true;

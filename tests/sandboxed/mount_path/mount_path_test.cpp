@@ -373,24 +373,103 @@ TEST_P(Vanishing, ProcessesAreMissedAndDisturbNobody)
 
 INSTANTIATE_TEST_SUITE_P(, Vanishing, ::testing::Values("list", "fd/", "maps", "cgroup"));
 
+// A folder or file that cannot be opened.
+class ScanWithout : public MountPath, public ::testing::WithParamInterface<const char*>
+{
+protected:
+    // The list of processes, or of a process.
+    static std::string Path(const ServiceProcess& process)
+    {
+        const std::string file = GetParam();
+        return file == "list" ? "/proc/" : Of(process, file);
+    }
+};
+
+std::string NameOfFile(const ::testing::TestParamInfo<const char*>& info)
+{
+    return std::string(info.param) == "fd/" ? "fd" : info.param;
+}
+
+TEST_P(ScanWithout, DescriptorsOrMemoryFails)
+{
+    const ServiceProcess user("a.service", [] {
+        if (std::string(GetParam()) == "fd/") {
+            OpenFile("/volume1/a");
+        } else {
+            MapFile("/volume1/a");
+        }
+    });
+    const ServiceProcess other("b.service", [] { WorkIn(kVolume); });
+    for (const int error : {EMFILE, ENFILE, ENOMEM}) {
+        SCOPED_TRACE(error);
+        spy.Fail(Path(user), error);
+        const auto descriptors = OpenDescriptors();
+        VLIBCErrSetEx(0, "", 0);
+        Words services{"before"};
+        EXPECT_FALSE(VESKSystemdServiceListByMntPath(kVolume, services));
+        EXPECT_EQ(VLIBCErrGet(), 0x0900);
+        EXPECT_STREQ(VLIBCErrorGetFile(), kScanFile);
+        EXPECT_GT(VLIBCErrorGetLine(), 0);
+        EXPECT_THAT(services, ElementsAre("before"));
+        CList list({"before"});
+        EXPECT_EQ(VESKCSystemdServiceListByMntPath(kVolume, list.Address()), 0);
+        EXPECT_THAT(list.Items(), ElementsAre("before"));
+        EXPECT_THAT(log.Take(), IsEmpty());
+        EXPECT_EQ(OpenDescriptors(), descriptors);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, ScanWithout, ::testing::Values("list", "fd/", "maps", "cgroup"), NameOfFile);
+
+TEST_F(MountPath, IsUsedByAProcessWhoseMapsTellSoThoughItsDescriptorsCannotBeListed)
+{
+    const ServiceProcess user("a.service", [] { MapFile("/volume1/a"); });
+    const ServiceProcess other("b.service", [] { WorkIn("/"); });
+    spy.Fail(Of(user, "fd/"), EMFILE);
+    EXPECT_THAT(Services(), ElementsAre("a.service"));
+    EXPECT_THAT(Files(), ElementsAre("/volume1/a"));
+}
+
+// What cannot be opened because of itself.
+class ScanPast : public ScanWithout
+{
+};
+
+TEST_P(ScanPast, WhatIsGoneOrMayNotBeReadListsTheOthers)
+{
+    const bool decides = std::string(GetParam()) != "fd/";
+    const ServiceProcess user("a.service", [] { MapFile("/volume1/a"); });
+    const ServiceProcess other("b.service", [] { WorkIn(kVolume); });
+    for (const int error : {ENOENT, ESRCH, EACCES, EPERM}) {
+        SCOPED_TRACE(error);
+        spy.Fail(Path(user), error);
+        EXPECT_THAT(Services(), decides ? Words{"b.service"} : (Words{"a.service", "b.service"}));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(, ScanPast, ::testing::Values("fd/", "maps", "cgroup"), NameOfFile);
+
 TEST_F(MountPath, CannotBeScannedWithoutTheListOfProcesses)
 {
     const ServiceProcess user("a.service", [] { WorkIn(kVolume); });
-    spy.HideProcesses();
-    VLIBCErrSetEx(0, "", 0);
+    spy.Fail("/proc/", EACCES);
     Words services{"before"};
     EXPECT_FALSE(VESKSystemdServiceListByMntPath(kVolume, services));
     EXPECT_EQ(VLIBCErrGet(), 0x0900);
-    EXPECT_STREQ(VLIBCErrorGetFile(), kScanFile);
-    EXPECT_GT(VLIBCErrorGetLine(), 0);
     EXPECT_THAT(services, ElementsAre("before"));
-    CList list({"before"});
-    EXPECT_EQ(VESKCSystemdServiceListByMntPath(kVolume, list.Address()), 0);
-    EXPECT_THAT(list.Items(), ElementsAre("before"));
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
-TEST_F(MountPath, IsScannedWithTwoDescriptors)
+TEST_F(MountPath, OfAProcessInNoUnitIsPassedOverWhateverFailedBefore)
+{
+    const ServiceProcess none("a.service", [] { WorkIn(kVolume); });
+    const ServiceProcess other("b.service", [] { WorkIn(kVolume); });
+    spy.Show(Of(none, "cgroup"), "0::/\n");
+    spy.BeforeProcess(std::to_string(none.Pid()), [] { errno = EMFILE; });
+    EXPECT_THAT(Services(), ElementsAre("b.service"));
+}
+
+TEST_F(MountPath, IsScannedWithTwoDescriptorsAndNoFewer)
 {
     const ServiceProcess user("a.service", [] { WorkIn(kVolume); });
     const ServiceProcess other("b.service", [] { MapFile("/volume1/a"); });
@@ -404,7 +483,7 @@ TEST_F(MountPath, IsScannedWithTwoDescriptors)
             last = next;
         }
         // Nothing is said before descriptors are free again: sanitizers and GoogleTest need some.
-        Words withOne;
+        Words withOne{"before"};
         Words withTwo;
         close(last);
         const bool resultWithOne = VESKSystemdServiceListByMntPath(kVolume, withOne);
@@ -414,8 +493,8 @@ TEST_F(MountPath, IsScannedWithTwoDescriptors)
         const bool resultWithNone = VESKSystemdServiceListByMntPath(kVolume, withTwo);
         close_range(static_cast<unsigned>(last) - 10, static_cast<unsigned>(last), 0);
         EXPECT_TRUE(taken);
-        EXPECT_TRUE(resultWithOne) << "enough for the list of processes";
-        EXPECT_THAT(withOne, IsEmpty());
+        EXPECT_FALSE(resultWithOne) << "enough for the list of processes only";
+        EXPECT_THAT(withOne, ElementsAre("before"));
         EXPECT_TRUE(resultWithTwo);
         EXPECT_EQ(withTwo.size(), 2U);
         EXPECT_FALSE(resultWithNone);

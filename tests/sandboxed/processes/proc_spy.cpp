@@ -56,10 +56,12 @@ void ProcSpy::Show(const std::string& path, const std::string& text)
 
 void ProcSpy::Hide(const std::string& path)
 {
-    Replace(path, [] {
-        errno = ENOENT;
-        return -1;
-    });
+    Fail(path, ENOENT);
+}
+
+void ProcSpy::Fail(const std::string& path, int error)
+{
+    m_errors[path] = error;
 }
 
 void ProcSpy::Replace(const std::string& path, std::function<int()> open)
@@ -77,11 +79,6 @@ void ProcSpy::BeforeProcess(const std::string& entry, std::function<void()> acti
     m_beforeProcess[entry] = std::move(action);
 }
 
-void ProcSpy::HideProcesses()
-{
-    m_processesHidden = true;
-}
-
 void ProcSpy::Run(const Actions& actions, const std::string& name)
 {
     const auto it = actions.find(name);
@@ -90,12 +87,25 @@ void ProcSpy::Run(const Actions& actions, const std::string& name)
     }
 }
 
+bool ProcSpy::Fails(const std::string& path) const
+{
+    const auto it = m_errors.find(path);
+    if (it != m_errors.end()) {
+        errno = it->second;
+    }
+    return it != m_errors.end();
+}
+
 bool ProcSpy::Open(const std::string& path, int& descriptor)
 {
     if (path.rfind("/proc/", 0) == 0) {
         m_opened.push_back(path);
     }
     Run(m_before, path);
+    if (Fails(path)) {
+        descriptor = -1;
+        return true;
+    }
     const auto it = m_replaced.find(path);
     if (it == m_replaced.end()) {
         return false;
@@ -107,11 +117,7 @@ bool ProcSpy::Open(const std::string& path, int& descriptor)
 bool ProcSpy::OpenFolder(const std::string& path)
 {
     Run(m_before, path);
-    if (m_processesHidden && path == "/proc/") {
-        errno = EMFILE;
-        return false;
-    }
-    return true;
+    return !Fails(path);
 }
 
 void ProcSpy::FolderIsOpen(const std::string& path, const DIR* folder)

@@ -25,8 +25,9 @@ public:
 
     // From now on that text is read in place of the file.
     void Show(const std::string& path, const std::string& text);
-    // From now on the file cannot be opened.
+    // From now on the file or folder cannot be opened: as one that is not there, or with another errno.
     void Hide(const std::string& path);
+    void Fail(const std::string& path, int error);
     // From now on OPEN opens the file.
     void Replace(const std::string& path, std::function<int()> open);
 
@@ -35,8 +36,7 @@ public:
     // Runs before an entry of /proc is given.
     void BeforeProcess(const std::string& entry, std::function<void()> action);
 
-    // From now on the list of processes cannot be opened, or begins with another entry.
-    void HideProcesses();
+    // From now on the list of processes begins with another entry.
     void AddProcess(const std::string& entry) { m_added = entry; }
 
     // For the calls that stand for the C library's.
@@ -48,12 +48,13 @@ public:
 private:
     using Actions = std::map<std::string, std::function<void()>>;
     static void Run(const Actions& actions, const std::string& name);
+    bool Fails(const std::string& path) const;
 
     std::vector<std::string> m_opened;
+    std::map<std::string, int> m_errors;
     std::map<std::string, std::function<int()>> m_replaced;
     Actions m_before;
     Actions m_beforeProcess;
-    bool m_processesHidden = false;
     std::string m_added;
     const DIR* m_processes = nullptr;
     dirent m_entry{};
