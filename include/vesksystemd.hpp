@@ -737,7 +737,8 @@ VESK_API bool VESKSystemdSliceList(std::vector<std::string>& vecSlices);
 /**
  * Ends everything in a slice: stops its units, then sends SIGTERM to what is left, and SIGKILL to what is
  * left after the time that the slice's key "SliceKillTimeoutSec" gives, 10 seconds without it. False only
- * when SIGKILL could not be sent, and for a name that is empty or a path (0x0D00).
+ * when SIGKILL could not be sent, and for a name that leads out of the hierarchy, as ".." does, or
+ * is empty (0x0D00).
  */
 VESK_API bool VESKSystemdKillSlice(const std::string& strSlice);
 

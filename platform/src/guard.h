@@ -3,7 +3,7 @@
 #include "error_record.h"
 #include "veskcore.h"
 
-#include <cxxabi.h>
+#include <exception>
 #include <new>
 
 namespace VESK::Platform
@@ -17,12 +17,13 @@ Result Guarded(Result failure, const Body& body, const char* file = __builtin_FI
 {
     try {
         return body();
-    } catch (const abi::__forced_unwind&) {
-        // A thread that is being cancelled has to unwind to its end.
-        throw;
     } catch (const std::bad_alloc&) {
         SetError(VLIBC_ERR_MEMORY, file, line);
     } catch (...) {
+        // A thread that is being cancelled has to unwind to its end, which is no exception of C++.
+        if (std::current_exception() == nullptr) {
+            throw;
+        }
         SetError(VLIBC_ERR_INTERNAL, file, line);
     }
     return failure;

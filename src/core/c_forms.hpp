@@ -8,6 +8,7 @@
 
 #include <veskcore.h>
 
+#include "core/cancellation.hpp"
 #include "core/text.hpp"
 
 namespace VESK::Systemd
@@ -18,18 +19,19 @@ using UnitsOperation = bool(const Texts& vecUnits, Texts& vecFailed);
 
 /** The body of a C function: its value, or `failure` when it throws. */
 template <typename Value, typename Body>
-Value CValueForm(Value failure, Body&& body) noexcept
+Value CValueForm(Value failure, Body&& body)
 {
     try {
         return body();
     } catch (...) {
+        PassOnCancellation();
         return failure;
     }
 }
 
 /** The body of a C function: 1 when `body` is true, 0 when it is false or throws. */
 template <typename Body>
-int CForm(Body&& body) noexcept
+int CForm(Body&& body)
 {
     return CValueForm(false, body) ? 1 : 0;
 }

@@ -9,6 +9,9 @@ namespace VESK::Systemd
 namespace
 {
 
+/** The platform's fork option for a child that its parent need not wait for. */
+constexpr unsigned long long kDetach = 0x40;
+
 [[noreturn]] void RunAndExit(const std::function<void()>& function)
 {
     try {
@@ -25,7 +28,7 @@ namespace
 
 bool ForkAndRun(std::function<void()> function, unsigned long long ullFlags)
 {
-    const int nResult = VLIBCProcForkEx(ullFlags | VLIBC_FORK_DETACH);
+    const int nResult = VLIBCProcForkEx(ullFlags | kDetach);
     if (nResult < 0) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to fork[0x%04X %s:%d]", VESK_HERE, VESK_PLATFORM_ERROR);
         return false;

@@ -10,4 +10,7 @@ constexpr const char* kEnableStatusChangedDirectory = "/usr/vesk/etc/vesksystemd
  * reason. */
 constexpr const char* kReasonsDirectory = "/run/vesksystemd/reasons/";
 
+/** Held exclusively by an isolation and shared by a volume unmount action, so that the two never overlap. */
+constexpr const char* kIsolateLock = "/run/vesksystemd/locks/isolate-and-volume-unmount-action.lock";
+
 } // namespace VESK::Systemd

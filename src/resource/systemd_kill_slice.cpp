@@ -2,8 +2,10 @@
 
 #include <cerrno>
 #include <fcntl.h>
+#include <filesystem>
 #include <system_error>
 
+#include "core/cancellation.hpp"
 #include "core/file_system.hpp"
 #include "core/file_text.hpp"
 #include "core/glob_result.hpp"
@@ -22,10 +24,11 @@ namespace
 
 constexpr unsigned long kDefaultGraceSeconds = 10;
 
-/** Whether a name is that of one folder; below any other are units that do not belong to the slice. */
-bool IsFolderName(const std::string& strName)
+/** Whether a path stays below the folder that it starts from; all others hold what is not in the slice. */
+bool IsBelow(const std::string& strPath)
 {
-    return !strName.empty() && strName != "." && strName != ".." && strName.find('/') == std::string::npos;
+    const auto path = std::filesystem::path(strPath).lexically_normal();
+    return path.is_relative() && !path.empty() && path != "." && *path.begin() != "..";
 }
 
 /** Whether a file holds anything. What is not there, or goes meanwhile as a cgroup does, holds nothing. */
@@ -48,6 +51,7 @@ bool HoldsProcess(const std::string& strFolder)
     } catch (const std::exception& error) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to check cgruop procs: [%s]", VESK_HERE, error.what());
     } catch (...) {
+        VESK::Systemd::PassOnCancellation();
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to check cgruop procs", VESK_HERE);
     }
     return true;
@@ -115,6 +119,7 @@ unsigned long GraceSecondsGet(const std::string& strSlice)
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to get SliceKillTimeoutSec: [%s]", VESK_HERE,
                  error.what());
     } catch (...) {
+        VESK::Systemd::PassOnCancellation();
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to get slice kill timeout", VESK_HERE);
     }
     return kDefaultGraceSeconds;
@@ -137,7 +142,7 @@ bool EndsWithin(const std::string& strSlice, unsigned long ulSeconds)
 
 bool VESKSystemdKillSlice(const std::string& strSlice)
 {
-    if (!VESK_ARGUMENT(IsFolderName(strSlice))) {
+    if (!VESK_ARGUMENT(IsBelow(strSlice))) {
         return false;
     }
     Texts vecUnits;

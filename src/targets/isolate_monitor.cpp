@@ -1,8 +1,10 @@
 #include "targets/isolate_monitor.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <numeric>
 #include <poll.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -11,6 +13,7 @@
 #include "vesksystemd.hpp"
 
 #include "core/directory.hpp"
+#include "core/paths.hpp"
 #include "core/pause.hpp"
 #include "core/unique_fd.hpp"
 
@@ -23,7 +26,10 @@ namespace VESK::Systemd
 namespace
 {
 
+constexpr int kFirstDescriptor = STDERR_FILENO + 1;
 constexpr int kRounds = 240;
+/** Twice what the rounds take. */
+constexpr unsigned kMostSeconds = 240;
 
 /** A process that may end, and may then stay unreaped for long. */
 class WatchedProcess
@@ -59,23 +65,49 @@ bool IsIsolateLock(int fd)
            file.st_ino == lock.st_ino;
 }
 
+/** The open descriptors above 2; all that there may be when the folder that lists them cannot be opened. */
+std::vector<int> OpenDescriptors()
+{
+    std::vector<int> vecDescriptors;
+    Directory descriptors("/proc/self/fd");
+    if (descriptors.Error() != 0) {
+        vecDescriptors.resize(static_cast<size_t>(std::max(getdtablesize() - kFirstDescriptor, 0)));
+        std::iota(vecDescriptors.begin(), vecDescriptors.end(), kFirstDescriptor);
+    }
+    while (const char* szDescriptor = descriptors.Next()) {
+        const int fd = static_cast<int>(strtol(szDescriptor, nullptr, 10));
+        if (fd >= kFirstDescriptor && fd != descriptors.Descriptor()) {
+            vecDescriptors.push_back(fd);
+        }
+    }
+    return vecDescriptors;
+}
+
 /**
  * Closes what the child has inherited, other locks of its parent among it, except the isolate lock. Not with
  * closelog: another thread of the parent may have been inside syslog when it forked.
  */
 void CloseOtherDescriptors(int fdKept)
 {
-    Directory descriptors("/proc/self/fd");
-    std::vector<int> vecOthers;
-    while (const char* szDescriptor = descriptors.Next()) {
-        const int fd = static_cast<int>(strtol(szDescriptor, nullptr, 10));
-        if (fd > STDERR_FILENO && fd != fdKept && fd != descriptors.Descriptor() && !IsIsolateLock(fd)) {
-            vecOthers.push_back(fd);
+    for (const int fd : OpenDescriptors()) {
+        if (fd != fdKept && !IsIsolateLock(fd)) {
+            close(fd);
         }
     }
-    for (const int fd : vecOthers) {
-        close(fd);
-    }
+}
+
+/**
+ * Lets the child not outlive its time, and keep the lock, should it hang. It might in the first line that it
+ * logs, if another thread of the parent was inside syslog when it forked.
+ */
+void EndAfter(unsigned uSeconds)
+{
+    signal(SIGALRM, SIG_DFL);
+    sigset_t alarmSignal;
+    sigemptyset(&alarmSignal);
+    sigaddset(&alarmSignal, SIGALRM);
+    sigprocmask(SIG_UNBLOCK, &alarmSignal, nullptr);
+    alarm(uSeconds);
 }
 
 bool IsIsolating(pid_t nParent)
@@ -95,6 +127,7 @@ bool HasFinished()
 
 bool IsolateMonitorWait(pid_t nParent)
 {
+    EndAfter(kMostSeconds);
     const WatchedProcess parent(nParent);
     CloseOtherDescriptors(parent.Descriptor());
     for (int nRound = 0; nRound < kRounds; ++nRound) {

@@ -8,8 +8,6 @@ namespace VESK::Systemd
 /** Exists while an isolation has been started and has not finished. */
 constexpr const char* kIsolateFlag = "/run/vesksystemd/isolate-not-finish-flag";
 
-constexpr const char* kIsolateLock = "/run/vesksystemd/locks/isolate-and-volume-unmount-action.lock";
-
 /**
  * Waits, in a forked child of the isolation, until systemctl is seen to isolate, or the isolation has ended,
  * or its process has died; false when two minutes have passed without any of that. First closes the

@@ -8,6 +8,8 @@ namespace
 {
 
 constexpr const char* kExitLock = "/run/vesksystemd/status_monitor.exit.lock";
+/** The platform's fork option for a child that keeps no descriptor above 2. */
+constexpr unsigned long long kCloseDescriptors = 4;
 constexpr const char* kScript = "/usr/vesk/lib/systemd/scripts/vesk-systemd-status-monitor.sh";
 
 void RunScript()
@@ -35,7 +37,7 @@ bool StatusMonitor::Start()
         return false;
     }
     // The child must not hold the lock whose end it waits for.
-    if (!ForkAndRun(RunScript, VLIBC_FORK_CLOSE_DESCRIPTORS)) {
+    if (!ForkAndRun(RunScript, kCloseDescriptors)) {
         VESK_LOG(LOG_ERR, "%s:%d Failed to fork and run monitor", VESK_HERE);
         return false;
     }

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include "core/log.hpp"
+#include "core/paths.hpp"
 #include "core/pause.hpp"
 #include "core/text.hpp"
 #include "targets/isolate_monitor.hpp"

@@ -8,6 +8,7 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/paths.hpp"
 #include "core/text.hpp"
 
 using VESK::Systemd::CForm;
@@ -164,21 +165,16 @@ bool TargetsMake(const Services& setServices)
            TargetWrite(kEndTarget, "Wants", setServices) && VESKSystemdDaemonReload();
 }
 
-/** Starts the services again when an action throws. */
-bool RunStopped(const std::function<bool()>& action)
+/** Runs the action while the services are stopped, and starts them again whatever comes of it. */
+bool StopRunStart(const std::function<bool()>& action)
 {
+    bool blResult = false;
     try {
-        return action();
+        blResult = VESKSystemdStartIrreversibly(kBeginTarget) && action();
     } catch (...) {
         VESKSystemdStart(kEndTarget);
         throw;
     }
-}
-
-/** Runs the action while the services are stopped. */
-bool StopRunStart(const std::function<bool()>& action)
-{
-    const bool blResult = VESKSystemdStartIrreversibly(kBeginTarget) && RunStopped(action);
     const bool blStarted = VESKSystemdStart(kEndTarget);
     return blResult && blStarted;
 }
@@ -191,7 +187,7 @@ bool _VESKSystemdVolumeUnmountAction(const Texts& vecVolumes, std::function<bool
         return false;
     }
     FileLock actionLock("/run/vesksystemd/locks/volume-unmount-action.lock", true, 3600);
-    FileLock isolateLock("/run/vesksystemd/locks/isolate-and-volume-unmount-action.lock", false, 3600);
+    FileLock isolateLock(VESK::Systemd::kIsolateLock, false, 3600);
     if (!Acquire(actionLock) || !Acquire(isolateLock)) {
         return false;
     }

@@ -105,15 +105,22 @@ protected:
 TEST_F(KillSlice, RefusesANameThatWouldHaveOtherUnitsStopped)
 {
     WriteText(kUnitProcesses, "1\n");
-    for (const char* name : {"", ".", "..", "a.slice/", "a.slice/x.service", "/a.slice", "../systemd"}) {
+    for (const char* name : {"", ".", "..", "/", "/a.slice", "../systemd", "a.slice/..", "a.slice/../.."}) {
         VLIBCErrSetEx(0, "", 0);
         EXPECT_FALSE(VESKSystemdKillSlice(name)) << name;
         EXPECT_EQ(VLIBCErrGet(), 0x0D00) << name;
         EXPECT_THAT(log.Take(),
-                    ElementsAreArray({Error(kFile, "Invaild Argument (IsFolderName(strSlice))=[0]\n")}))
+                    ElementsAreArray({Error(kFile, "Invaild Argument (IsBelow(strSlice))=[0]\n")}))
             << name;
     }
     EXPECT_THAT(systemctl.Calls(), ::testing::IsEmpty());
+}
+
+TEST_F(KillSlice, EndsASliceInAnother)
+{
+    WriteText(InSystemd("a.slice/a-b.slice/cgroup.procs"), "1\n");
+    EXPECT_TRUE(VESKSystemdKillSlice("a.slice/a-b.slice"));
+    ExpectCalls({"kill a.slice/a-b.slice", "kill --signal=SIGKILL a.slice/a-b.slice"});
 }
 
 TEST_F(KillSlice, SkipsASliceWithoutProcesses)

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include "isolate_ground.hpp"
@@ -25,6 +26,9 @@ using ::testing::Not;
 
 constexpr const char* kReading = "/tmp/reading-the-queue";
 constexpr const char* kQueueGoOn = "/tmp/queue-go-on";
+
+// Whether alarm() counts in milliseconds, for children as well.
+bool alarmIsEarly = false;
 
 const LockRequest kOperation{kOperationLock, true, 120};
 const LockRequest kIsolate{kIsolateLock, true, 600};
@@ -237,6 +241,39 @@ TEST_F(IsolateLocks, LeaveTheCallersOtherDescriptorsOutOfTheChild)
     EXPECT_EQ(isolation.Wait(), Exited(0));
 }
 
+TEST_F(IsolateLocks, LeaveTheCallersDescriptorsOutOfTheChildThoughItCannotListThem)
+{
+    spy.HideProcesses();
+    HoldFirstReading();
+    OtherProcess isolation(IsolateHere);
+    ASSERT_TRUE(AwaitFirstReading());
+    ASSERT_TRUE(AwaitHalfSeconds(1));
+    EXPECT_THAT(ProcessesWithOpen(kOperationLock), ElementsAre(isolation.Pid()));
+    EXPECT_THAT(ProcessesWithOpen(kExitLock), ElementsAre(isolation.Pid()));
+    EXPECT_THAT(ProcessesWithOpen(kIsolateLock), AllOf(Contains(isolation.Pid()), ::testing::SizeIs(2)));
+    LetFirstReadingGo();
+    EXPECT_EQ(isolation.Wait(), Exited(0));
+}
+
+TEST_F(IsolateLocks, HaveTheChildEndThoughItHangs)
+{
+    alarmIsEarly = true;
+    HoldFirstReading();
+    OtherProcess isolation([] {
+        signal(SIGALRM, SIG_IGN);
+        sigset_t all;
+        sigfillset(&all);
+        sigprocmask(SIG_BLOCK, &all, nullptr);
+        return IsolateHere();
+    });
+    ASSERT_TRUE(AwaitFirstReading());
+    EXPECT_TRUE(
+        Eventually([&] { return OtherProcessesOfThisProgram() == std::vector<pid_t>{isolation.Pid()}; }));
+    ExpectAllLocksHeld();
+    LetFirstReadingGo();
+    EXPECT_EQ(isolation.Wait(), Exited(0));
+}
+
 TEST_F(IsolateLocks, AreGivenUpByTheChildAfterTwoMinutes)
 {
     spy.StopTheClock();
@@ -366,3 +403,13 @@ TEST_F(IsolateLocks, HaveTheChildEndWhenTheIsolationIsOverBeforeItLooked)
 
 } // namespace
 } // namespace VeskTest
+
+extern "C" [[gnu::visibility("default")]] unsigned alarm(unsigned seconds)
+{
+    const auto count = static_cast<time_t>(seconds);
+    const auto microseconds = static_cast<suseconds_t>(seconds) * 1000;
+    const itimerval timer =
+        VeskTest::alarmIsEarly ? itimerval{{0, 0}, {0, microseconds}} : itimerval{{0, 0}, {count, 0}};
+    setitimer(ITIMER_REAL, &timer, nullptr);
+    return 0;
+}

@@ -44,7 +44,7 @@ public:
     // The writing of a section with that number, from 1, fails.
     void FailSection(int number) { m_failingSection = number; }
 
-    // From now on the list of processes cannot be opened.
+    // From now on no folder of /proc can be opened.
     void HideProcesses() { m_processesHidden = true; }
     bool AreProcessesHidden() const { return m_processesHidden; }
 

@@ -1,7 +1,10 @@
 // Callers in several threads at once.
+#include <pthread.h>
 #include <thread>
 
 #include "action_test.hpp"
+#include "children.hpp"
+#include "files.hpp"
 
 namespace VeskTest
 {
@@ -38,6 +41,18 @@ TEST(Threads, GetTheirOwnResultsFailedUnitsAndErrorRecords)
     for (std::thread& thread : threads) {
         thread.join();
     }
+}
+
+TEST(Threads, MayBeCancelledInACall)
+{
+    ScriptedSystemctl systemctl;
+    systemctl.OnAny().CreateFile("/tmp/systemctl-runs").Delay(300);
+    std::thread thread([] { VESKCSystemdStart("foo"); });
+    ASSERT_TRUE(Eventually([] { return Exists("/tmp/systemctl-runs"); }));
+    EXPECT_EQ(pthread_cancel(thread.native_handle()), 0);
+    thread.join();
+    EXPECT_THAT(ListChildren().running, ::testing::IsEmpty());
+    EXPECT_THAT(ListChildren().zombies, ::testing::IsEmpty());
 }
 
 } // namespace
