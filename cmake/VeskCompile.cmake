@@ -36,6 +36,10 @@ function(vesk_compile target)
         ${VESK_WARNINGS} $<$<COMPILE_LANGUAGE:CXX>:${VESK_CXX_WARNINGS}> ${VESK_HARDENING} ${VESK_INSTRUMENT})
     target_compile_definitions(${target} PRIVATE
         $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2> $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+    if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+        # Else stat fails for files of 2 GiB and more.
+        target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
+    endif()
     target_link_options(${target} PRIVATE ${VESK_LINK_HARDENING} ${VESK_INSTRUMENT})
     get_target_property(type ${target} TYPE)
     if(type STREQUAL "SHARED_LIBRARY")

@@ -20,14 +20,18 @@
  *              0x0D00  invalid argument, also a unit that must be a service but is not
  *              0x0100  the output buffer is too small
  *              0x0700  the unit has no unit file
+ *              0x0900  a folder, as /proc or that of the reasons, cannot be read
+ *              0x3900  a reason could not be cleared
  *              0x8000  systemd answered with an unknown word, or a text could not be split
  *              0x8100  the "Job" property of a unit could not be read
  * Blocking     An action runs "/usr/bin/systemctl" as a child and returns when that has ended, which for a
  *              blocking action is when the unit's job has ended; there is no time-out of the library's own.
- *              Queries run systemctl too and return at once, as far as the manager answers.
+ *              Queries that need the manager run systemctl too and return at once, as far as it answers; those
+ *              of registries, unit-file keys and processes read files alone.
  * Threads      Every function may be called from any thread. No thread is started and no signal disposition,
  *              umask, working directory or locale is changed. For a caller that is not root every run of
  *              systemctl may change the process environment: it must not be read in other threads meanwhile.
+ *              A thread may be cancelled in a call; it ends when the child that it waits for has ended.
  * Exceptions   None ever leaves a function of this header.
  * Log          Every operation tells what it does in syslog: LOG_INFO for progress and success, LOG_ERR for
  *              failures.
@@ -208,8 +212,7 @@ VESK_API int VESKCSystemdServiceList(VLIBCSzList** ppListServices);
 
 /* ---- Reasons ------------------------------------------------------------------------------------------- */
 /*
- * A service may be held stopped for one or more reasons, each an empty file in the folder of the service
- * below
+ * A service may be held stopped for one or more reasons, each an empty file in the folder of the service in
  * "/run/vesksystemd/reasons/". A reason is a name without "/". Only services may have reasons: any other unit
  * is a failed unit, with 0x0D00 set. The manager reloads its unit files when a service gets its first reason
  * or loses its last. The services of a list that succeed are acted on whatever becomes of the others.
@@ -264,19 +267,24 @@ typedef enum VESK_SYSTEMD_VOLUME_DEPENDENCY {
 VESK_API int VESKCSystemdVolumeDependencyGet(const char* szUnit, VESK_SYSTEMD_VOLUME_DEPENDENCY* pDependency);
 
 /**
- * Pushes the services that use files below a mount path, in no order: that have a process which works in,
- * runs, holds open or maps one. Services with the key "SkipListByMntPath" set to "yes" are left out. Reads
- * all of /proc; 0x0900 when that cannot be opened, or descriptors or memory are too short to look at a process.
+ * Pushes the services that use files on a mount path, in no order: that have a process which works in, runs,
+ * holds open or maps one. Those are the files below the path and all others on the same file system: a path
+ * that is no mount point stands for everything on the file system that it lies on, an empty one for all files.
+ * Services with the key "SkipListByMntPath" set to "yes" are left out. Reads all of /proc; 0x0900 when that
+ * cannot be opened, or descriptors or memory are too short to look at a process.
  */
 VESK_API int VESKCSystemdServiceListByMntPath(const char* szMntPath, VLIBCSzList** ppListServices);
 
 /**
  * Runs `action`, the unmount of the volumes, with `pArg` while the services that use them are stopped:
- * running units that declare a dependency on them, and services that use files on them.
+ * running units that declare a dependency on them, and services that use files on them (see
+ * VESKCSystemdServiceListByMntPath: for a volume that is not mounted, these are all on the root file system).
  *
- * Returns 1 when the action returned true and the services were started again. They are started again
- * whatever the action returned. On failures before they are stopped the action is not run. Waits for up to an
- * hour each for other unmount actions and isolations, and for as long as the services take to stop and start.
+ * Returns 1 when the action returned true and systemd has carried out the start of the services after it; that
+ * one of them failed to start is not told. They are started again whatever the action returned. On failures
+ * before they are stopped the action is not run. Waits for up to an hour each for other unmount actions and
+ * isolations, and for as long as the services take to stop and start. The action must not unmount another
+ * volume through the library, nor isolate: it would wait for itself. Forks the caller once.
  */
 VESK_API int VESKCSystemdVolumeUnmountAction(const char* szVolume, bool (*action)(void*), void* pArg);
 VESK_API int VESKCSystemdVolumeGroupUnmountAction(VLIBCSzList* pListVolumes, bool (*action)(void*),
@@ -299,7 +307,9 @@ VESK_API int VESKCSystemdIsolateToDefaultTarget(void);
 
 /**
  * Runs `action` while the system is isolated to a target, and isolates to "default.target" after it. True
- * when the action returned other than 0 and the system came back.
+ * when the action returned other than 0 and the system came back. When the isolation fails the action is not
+ * run, and the system is isolated to "default.target" all the same. The action must not begin another operation
+ * on the whole system: that would wait for this one, and fail after two minutes.
  */
 VESK_API bool VESKCSystemdIsolateTargetAction(const char* szTarget, int (*action)(void));
 
@@ -322,7 +332,8 @@ VESK_API int VESKCSystemdCgroupMonitorSliceGet(char* szSlice, int cbSlice);
 /** Moves the calling process into a slice of the hierarchy "veskmonitor". */
 VESK_API int VESKCSystemdCgroupMonitorSliceMove(const char* szSlice);
 
-/** Moves the calling process into a slice of systemd's hierarchy, then of "veskmonitor". */
+/** Moves the calling process into a slice of systemd's hierarchy, then of "veskmonitor". When that one fails, it
+ * stays in the first. */
 VESK_API int VESKCSystemdCgroupSystemdSliceMove(const char* szSlice);
 
 /** Moves the calling process to the root of systemd's hierarchy. */

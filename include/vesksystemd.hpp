@@ -381,7 +381,7 @@ private:
 class VESK_API Slice
 {
 public:
-    /** Throws std::exception when the slice has neither name, or its processes cannot be sampled. */
+    /** Throws std::exception when the slice has no name or icon, or its processes cannot be sampled. */
     explicit Slice(const std::string& strUnit);
 
     std::string UnitNameGet() const;
@@ -391,8 +391,9 @@ public:
     std::set<Process> ProcessesGet() const;
 
     /**
-     * Adds samples of all processes of a slice and of the units in it. Those that end meanwhile are left out;
-     * false, with nothing added, when another cannot be sampled.
+     * Adds samples of the processes of a slice and of the units in it, not of those in slices in it. Those that
+     * end meanwhile are left out; false, with nothing added, when another cannot be sampled, and when the slice
+     * is not there.
      */
     static bool ProcessList(const std::string& strSlice, std::set<Process>& setProcesses);
 
@@ -656,8 +657,8 @@ VESK_API bool VESKSystemdVolumeDependencyGet(const std::string& strUnit,
 VESK_API bool VESKSystemdServiceSkipListByMntPath(const std::string& strService, bool& blSkip);
 
 /**
- * Replaces `vecServices` with the services that use files below a mount path. An empty path stands for all
- * files. Throws when /proc has an entry that looks like a process and is none.
+ * Replaces `vecServices` with the services that use files on a mount path; see
+ * VESKCSystemdServiceListByMntPath. Throws when /proc has an entry that looks like a process and is none.
  */
 VESK_API bool VESKSystemdServiceListByMntPath(const std::string& strMntPath,
                                               std::vector<std::string>& vecServices);
@@ -682,9 +683,10 @@ bool VESKSystemdVolumeUnmountAction(const Volumes& vecVolumes, bool (*action)(vo
  * Isolates the system to a target, then waits until the stop jobs that this has queued are gone, for at most
  * 300 readings of the queue, a second apart.
  *
- * Returns whether the isolation succeeded, whatever came of the wait, which is written to `pResult` unless
- * that is null; nothing is written when systemctl was not run. Waits before that for up to 120 seconds for
- * other operations on the whole system, and for up to 600 seconds for volume unmount actions.
+ * Returns whether the isolation succeeded, whatever came of the wait. `pResult`, which may be null, gets what
+ * came of it, if the isolation succeeded; and that the queue could not be read, when that was so before the
+ * isolation, whatever came of that. Else nothing is written. Waits before that for up to 120 seconds for other
+ * operations on the whole system, and for up to 600 seconds for volume unmount actions. Forks the caller twice.
  */
 VESK_API bool VESKSystemdIsolateTarget(const std::string& strTarget,
                                        const VESK::Systemd::IsolateOptions& options,
@@ -702,9 +704,8 @@ VESK_API bool VESKSystemdIntIsolateTarget(const std::string& strTarget,
 VESK_API bool VESKSystemdIsolateToDefaultTarget();
 
 /**
- * Runs `action` while the system is isolated to a target, and isolates to "default.target" after it, whatever
- * it returned. No other operation on the whole system runs meanwhile. An exception of the action passes on
- * after the way back; an empty one throws std::bad_function_call.
+ * See VESKCSystemdIsolateTargetAction. No other operation on the whole system runs meanwhile. An exception of
+ * the action passes on after the way back; an empty one throws std::bad_function_call.
  */
 VESK_API bool _VESKSystemdIsolateTargetAction(const std::string& strTarget, std::function<bool()>&& action);
 
