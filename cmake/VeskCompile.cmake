@@ -1,6 +1,7 @@
 # vesk_compile(TARGET): warnings, hardening, sanitizers and coverage as this build was configured.
-# vesk_compile_test(TARGET): the same for a test's own code, which has no use for optimisation: it would take
-# more than half of the build's time.
+# vesk_compile_test(TARGET [HOLDS_TESTED_CODE]): the same for a test's own code, which has no use for optimisation
+# and, when it holds none of the code that it tests, none for the sanitizers of memory and undefined behaviour:
+# each would take more than half of the build's time. (The thread sanitizer has to see everything.)
 include_guard()
 
 set(VESK_WARNINGS
@@ -48,6 +49,13 @@ function(vesk_compile target)
 endfunction()
 
 function(vesk_compile_test target)
+    cmake_parse_arguments(COMPILE "HOLDS_TESTED_CODE" "" "" ${ARGN})
     vesk_compile(${target})
     target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O0;-g1;-U_FORTIFY_SOURCE>)
+    if(VESK_SANITIZE)
+        target_compile_definitions(${target} PRIVATE VESK_SANITIZED)
+        if(NOT VESK_SANITIZE STREQUAL "thread" AND NOT COMPILE_HOLDS_TESTED_CODE)
+            target_compile_options(${target} PRIVATE -fno-sanitize=all)
+        endif()
+    endif()
 endfunction()
