@@ -3,11 +3,12 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <dlfcn.h>
 #include <libgen.h>
 #include <pwd.h>
 #include <regex.h>
 #include <security/pam_appl.h>
+
+#include "next_function.hpp"
 
 namespace
 {
@@ -18,12 +19,6 @@ using VeskTest::CLibraryFault;
 std::array<bool, CLibraryFault::KindCount> active;
 const char* variable = nullptr;
 
-template <typename Function>
-Function* Original(Function*, const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
 bool SetsTheVariable(const char* text)
 {
     const std::size_t length = std::strlen(variable);
@@ -32,7 +27,7 @@ bool SetsTheVariable(const char* text)
 
 } // namespace
 
-#define ORIGINAL(name) Original(&(name), #name)
+#define ORIGINAL(name) VeskTest::NextFunction<decltype(name)>(#name)
 
 // In place of the libraries' own, for which they have to be seen.
 #pragma GCC visibility push(default)

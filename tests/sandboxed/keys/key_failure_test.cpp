@@ -1,12 +1,12 @@
 // Failures that the bundled platform does not have by itself: the test stands in for its tables of strings,
 // and for the allocator.
 #include <cstdlib>
-#include <dlfcn.h>
 #include <new>
 
 #include "c_list.hpp"
 #include "files.hpp"
 #include "key_rows.hpp"
+#include "next_function.hpp"
 
 namespace
 {
@@ -20,12 +20,6 @@ constexpr size_t kItems = 301;
 constexpr size_t kShortestRefused = kItems / 2 * sizeof(std::string);
 constexpr size_t kLongestRefused = 512 * sizeof(std::string);
 
-template <typename Function>
-Function* Original(const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
 } // namespace
 
 VLIBCSzHash* VLIBCSzHashAlloc(int size)
@@ -34,7 +28,7 @@ VLIBCSzHash* VLIBCSzHashAlloc(int size)
         VLIBCErrSetEx(0x0200, "table.cpp", 7);
         return nullptr;
     }
-    return Original<decltype(VLIBCSzHashAlloc)>("VLIBCSzHashAlloc")(size);
+    return VeskTest::NextFunction<decltype(VLIBCSzHashAlloc)>("VLIBCSzHashAlloc")(size);
 }
 
 int VLIBCSzHashSetValue(VLIBCSzHash** hash, const char* key, const char* value)
@@ -43,7 +37,7 @@ int VLIBCSzHashSetValue(VLIBCSzHash** hash, const char* key, const char* value)
         VLIBCErrSetEx(0x0200, "table.cpp", 8);
         return -1;
     }
-    return Original<decltype(VLIBCSzHashSetValue)>("VLIBCSzHashSetValue")(hash, key, value);
+    return VeskTest::NextFunction<decltype(VLIBCSzHashSetValue)>("VLIBCSzHashSetValue")(hash, key, value);
 }
 
 void* operator new(size_t size)

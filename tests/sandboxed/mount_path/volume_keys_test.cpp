@@ -1,7 +1,7 @@
 // The keys of a unit file that tell how a unit uses volumes.
-#include <dlfcn.h>
 
 #include "library_log.hpp"
+#include "next_function.hpp"
 #include "syslog_capture.hpp"
 #include "unit_files.hpp"
 
@@ -21,7 +21,7 @@ int VLIBCFileGetSectionValue(const char* path, const char* section, const char* 
         throw 42;
     }
     static const auto real =
-        reinterpret_cast<decltype(VLIBCFileGetSectionValue)*>(dlsym(RTLD_NEXT, "VLIBCFileGetSectionValue"));
+        VeskTest::NextFunction<decltype(VLIBCFileGetSectionValue)>("VLIBCFileGetSectionValue");
     return real(path, section, key, buffer, size);
 }
 

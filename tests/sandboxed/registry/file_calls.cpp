@@ -6,11 +6,12 @@
 #include <climits>
 #include <cstdarg>
 #include <cstdio>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <optional>
 #include <unistd.h>
 #include <utility>
+
+#include "next_function.hpp"
 
 namespace VeskTest
 {
@@ -19,12 +20,6 @@ namespace
 {
 
 FileCalls* current = nullptr;
-
-template <typename Function>
-Function* Next(const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 bool IsOfRegistry(const std::string& path)
 {
@@ -107,7 +102,7 @@ extern "C" {
 
 int open(const char* path, int flags, ...)
 {
-    static const auto real = VeskTest::Next<int(const char*, int, mode_t)>("open");
+    static const auto real = VeskTest::NextFunction<int(const char*, int, mode_t)>("open");
     va_list arguments;
     va_start(arguments, flags);
     const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
@@ -118,7 +113,7 @@ int open(const char* path, int flags, ...)
 
 ssize_t write(int descriptor, const void* bytes, size_t count)
 {
-    static const auto real = VeskTest::Next<decltype(write)>("write");
+    static const auto real = VeskTest::NextFunction<decltype(write)>("write");
     if (VeskTest::current == nullptr) {
         return real(descriptor, bytes, count);
     }
@@ -130,35 +125,35 @@ ssize_t write(int descriptor, const void* bytes, size_t count)
 
 int fsync(int descriptor)
 {
-    static const auto real = VeskTest::Next<decltype(fsync)>("fsync");
+    static const auto real = VeskTest::NextFunction<decltype(fsync)>("fsync");
     const auto failure = Failure("sync", VeskTest::PathOf(descriptor));
     return failure ? FailWith(*failure) : real(descriptor);
 }
 
 int fchown(int descriptor, uid_t user, gid_t group) noexcept
 {
-    static const auto real = VeskTest::Next<int(int, uid_t, gid_t)>("fchown");
+    static const auto real = VeskTest::NextFunction<int(int, uid_t, gid_t)>("fchown");
     const auto failure = Failure("chown", VeskTest::PathOf(descriptor));
     return failure ? FailWith(*failure) : real(descriptor, user, group);
 }
 
 int fchmod(int descriptor, mode_t mode) noexcept
 {
-    static const auto real = VeskTest::Next<int(int, mode_t)>("fchmod");
+    static const auto real = VeskTest::NextFunction<int(int, mode_t)>("fchmod");
     const auto failure = Failure("chmod", VeskTest::PathOf(descriptor));
     return failure ? FailWith(*failure) : real(descriptor, mode);
 }
 
 int rename(const char* from, const char* to) noexcept
 {
-    static const auto real = VeskTest::Next<int(const char*, const char*)>("rename");
+    static const auto real = VeskTest::NextFunction<int(const char*, const char*)>("rename");
     const auto failure = Failure("rename", from, std::string(" ") + to);
     return failure ? FailWith(*failure) : real(from, to);
 }
 
 int unlink(const char* path) noexcept
 {
-    static const auto real = VeskTest::Next<int(const char*)>("unlink");
+    static const auto real = VeskTest::NextFunction<int(const char*)>("unlink");
     const auto failure = Failure("unlink", path);
     return failure ? FailWith(*failure) : real(path);
 }

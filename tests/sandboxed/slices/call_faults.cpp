@@ -2,11 +2,12 @@
 
 #include <cerrno>
 #include <cstdarg>
-#include <dlfcn.h>
 #include <fcntl.h>
 #include <string_view>
 #include <unistd.h>
 #include <veskcore.h>
+
+#include "next_function.hpp"
 
 namespace VeskTest
 {
@@ -33,12 +34,6 @@ Faults faults;
 std::string openEnding;
 std::function<int()> onOpen;
 std::function<void(const std::string&)> onKey;
-
-template <typename Function>
-Function* Original(const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 bool IsFaulty(std::string_view path)
 {
@@ -160,7 +155,7 @@ int open(const char* path, int flags, ...)
         return VeskTest::FailedOpen();
     }
     VeskTest::Watch((flags & O_CLOEXEC) == 0);
-    static const auto real = VeskTest::Original<int(const char*, int, ...)>("open");
+    static const auto real = VeskTest::NextFunction<int(const char*, int, ...)>("open");
     return real(path, flags, mode);
 }
 
@@ -171,7 +166,7 @@ ssize_t read(int descriptor, void* buffer, size_t size)
         errno = faults.readError;
         return -1;
     }
-    static const auto real = VeskTest::Original<ssize_t(int, void*, size_t)>("read");
+    static const auto real = VeskTest::NextFunction<ssize_t(int, void*, size_t)>("read");
     return real(descriptor, buffer, size);
 }
 
@@ -195,7 +190,7 @@ int fprintf(FILE* stream, const char* format, ...)
 
 int fclose(FILE* stream)
 {
-    static const auto real = VeskTest::Original<int(FILE*)>("fclose");
+    static const auto real = VeskTest::NextFunction<int(FILE*)>("fclose");
     VeskTest::Watch((fcntl(fileno(stream), F_GETFD) & FD_CLOEXEC) == 0);
     const int result = real(stream);
     return faults.closingFails ? EOF : result;
@@ -207,7 +202,7 @@ int VLIBCFileGetSectionValue(const char* path, const char* section, const char* 
         (*faults.onKey)(key);
     }
     static const auto real =
-        VeskTest::Original<decltype(VLIBCFileGetSectionValue)>("VLIBCFileGetSectionValue");
+        VeskTest::NextFunction<decltype(VLIBCFileGetSectionValue)>("VLIBCFileGetSectionValue");
     return real(path, section, key, buffer, size);
 }
 

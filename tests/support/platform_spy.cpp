@@ -4,13 +4,13 @@
 #include <cerrno>
 #include <ctime>
 #include <dirent.h>
-#include <dlfcn.h>
 #include <new>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <veskcore.h>
 
 #include "error.hpp"
+#include "next_function.hpp"
 
 namespace VeskTest
 {
@@ -20,21 +20,15 @@ namespace
 
 PlatformSpy* currentSpy = nullptr;
 
-template <typename Function>
-Function* Next(const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
-
 decltype(VLIBCFileLockTimeByFile)* RealLock()
 {
-    static const auto real = Next<decltype(VLIBCFileLockTimeByFile)>("VLIBCFileLockTimeByFile");
+    static const auto real = NextFunction<decltype(VLIBCFileLockTimeByFile)>("VLIBCFileLockTimeByFile");
     return real;
 }
 
 decltype(VLIBCProcForkEx)* RealFork()
 {
-    static const auto real = Next<decltype(VLIBCProcForkEx)>("VLIBCProcForkEx");
+    static const auto real = NextFunction<decltype(VLIBCProcForkEx)>("VLIBCProcForkEx");
     return real;
 }
 
@@ -146,14 +140,14 @@ extern "C" {
 [[gnu::visibility("default")]] int VLIBCFileAddSection(const char* path, const char* section,
                                                        VLIBCSzHash* hash, int flags)
 {
-    static const auto real = VeskTest::Next<decltype(VLIBCFileAddSection)>("VLIBCFileAddSection");
+    static const auto real = VeskTest::NextFunction<decltype(VLIBCFileAddSection)>("VLIBCFileAddSection");
     VeskTest::PlatformSpy* spy = VeskTest::currentSpy;
     return spy != nullptr && spy->FailsSection() ? -1 : real(path, section, hash, flags);
 }
 
 [[gnu::visibility("default")]] DIR* opendir(const char* name)
 {
-    static const auto real = VeskTest::Next<DIR*(const char*)>("opendir");
+    static const auto real = VeskTest::NextFunction<DIR*(const char*)>("opendir");
     const VeskTest::PlatformSpy* spy = VeskTest::currentSpy;
     if (spy != nullptr && spy->AreProcessesHidden() && std::string(name).rfind("/proc/", 0) == 0) {
         errno = EMFILE;

@@ -3,12 +3,12 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
-#include <dlfcn.h>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <utility>
 
 #include "descriptor.hpp"
+#include "next_function.hpp"
 
 namespace VeskTest
 {
@@ -17,12 +17,6 @@ namespace
 {
 
 ProcSpy* currentSpy = nullptr;
-
-template <typename Function>
-Function* Next(const char* name)
-{
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
-}
 
 int TextOpened(const std::string& text)
 {
@@ -151,7 +145,7 @@ extern "C" {
 
 [[gnu::visibility("default")]] int open(const char* path, int flags, ...)
 {
-    static const auto real = VeskTest::Next<int(const char*, int, ...)>("open");
+    static const auto real = VeskTest::NextFunction<int(const char*, int, ...)>("open");
     std::va_list arguments;
     va_start(arguments, flags);
     // There may be none; nobody looks at it then.
@@ -164,7 +158,7 @@ extern "C" {
 
 [[gnu::visibility("default")]] DIR* opendir(const char* name)
 {
-    static const auto real = VeskTest::Next<DIR*(const char*)>("opendir");
+    static const auto real = VeskTest::NextFunction<DIR*(const char*)>("opendir");
     VeskTest::ProcSpy* spy = VeskTest::currentSpy;
     if (spy != nullptr && !spy->OpenFolder(name)) {
         return nullptr;
@@ -178,7 +172,7 @@ extern "C" {
 
 [[gnu::visibility("default")]] dirent* readdir(DIR* folder)
 {
-    static const auto real = VeskTest::Next<dirent*(DIR*)>("readdir");
+    static const auto real = VeskTest::NextFunction<dirent*(DIR*)>("readdir");
     VeskTest::ProcSpy* spy = VeskTest::currentSpy;
     return spy != nullptr ? spy->Read(folder, [folder] { return real(folder); }) : real(folder);
 }

@@ -1,7 +1,8 @@
 #include "glob_fault.hpp"
 
-#include <dlfcn.h>
 #include <optional>
+
+#include "next_function.hpp"
 
 namespace VeskTest
 {
@@ -71,7 +72,7 @@ extern "C" [[gnu::visibility("default")]] int glob(const char* pattern, int flag
     if (last.answer && VeskTest::EndsWith(last.pattern, last.ending)) {
         return *last.answer;
     }
-    using Glob = int (*)(const char*, int, ErrorCallback, glob_t*);
-    static const auto real = reinterpret_cast<Glob>(dlsym(RTLD_NEXT, "glob"));
+    using Glob = int(const char*, int, ErrorCallback, glob_t*);
+    static const auto real = VeskTest::NextFunction<Glob>("glob");
     return real(pattern, flags, callback, result);
 }
