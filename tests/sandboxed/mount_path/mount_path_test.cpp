@@ -460,13 +460,13 @@ TEST_F(MountPath, CannotBeScannedWithoutTheListOfProcesses)
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
-TEST_F(MountPath, OfAProcessInNoUnitIsPassedOverWhateverFailedBefore)
+TEST_F(MountPath, IsNotUsedByAProcessInNoUnitWhateverFailedBefore)
 {
-    const ServiceProcess none("a.service", [] { WorkIn(kVolume); });
-    const ServiceProcess other("b.service", [] { WorkIn(kVolume); });
+    const ServiceProcess user("a.service", [] { MapFile("/volume1/a"); });
+    const ServiceProcess none("b.service", [] { MapFile("/volume1/a"); });
+    spy.Fail(Of(none, "fd/"), EMFILE);
     spy.Show(Of(none, "cgroup"), "0::/\n");
-    spy.BeforeProcess(std::to_string(none.Pid()), [] { errno = EMFILE; });
-    EXPECT_THAT(Services(), ElementsAre("b.service"));
+    EXPECT_THAT(Services(), ElementsAre("a.service"));
 }
 
 TEST_F(MountPath, IsScannedWithTwoDescriptorsAndNoFewer)

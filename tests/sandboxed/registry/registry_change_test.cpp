@@ -125,7 +125,7 @@ std::ostream& operator<<(std::ostream& stream, const Access& access)
 TEST_P(RegistryChange, KeepsTheModeOfTheFile)
 {
     const std::string file = GetParam().File();
-    for (const unsigned mode : {0600U, 0640U, 0664U, 0666U, 0400U, 0755U}) {
+    for (const unsigned mode : {0600U, 0640U, 0664U, 0666U, 0400U, 02750U}) {
         WriteText(file, R"(["/volume2"])");
         VeskGround::Require(chmod(file.c_str(), mode), "change the mode of", file);
         EXPECT_TRUE(Run());
