@@ -1,9 +1,9 @@
 #include "disturbance.hpp"
 
-#include <cstdio>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <ostream>
+#include <string>
 #include <sys/utsname.h>
 #include <syslog.h>
 #include <thread>
@@ -13,6 +13,7 @@
 
 #include "children.hpp"
 #include "error.hpp"
+#include "fields.hpp"
 #include "holdings.hpp"
 #include "process_list.hpp"
 
@@ -29,9 +30,9 @@ std::pair<int, int> KernelVersion()
 {
     utsname names{};
     VeskGround::Require(uname(&names), "ask for", "the kernel's version");
-    std::pair<int, int> version;
-    static_cast<void>(std::sscanf(names.release, "%d.%d", &version.first, &version.second));
-    return version;
+    const std::string release = names.release;
+    return {VeskGround::LeadingNumber(release),
+            VeskGround::LeadingNumber(release.substr(release.find('.') + 1))};
 }
 
 struct BeforeAndAfter {
@@ -134,6 +135,7 @@ void ExpectNothingLeftByThreads(int count, const std::function<void(int)>& funct
     std::thread([] {}).join();
     ExpectSame(RunAndCompare([&] {
         std::vector<std::thread> threads;
+        threads.reserve(static_cast<std::size_t>(count));
         for (int number = 0; number < count; ++number) {
             threads.emplace_back(function, number);
         }

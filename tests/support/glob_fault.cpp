@@ -62,6 +62,7 @@ bool GlobFault::HadCallback()
 
 using ErrorCallback = int (*)(const char*, int);
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the headers' own names are reserved ones
 extern "C" [[gnu::visibility("default")]] int glob(const char* pattern, int flags, ErrorCallback callback,
                                                    glob_t* result) noexcept
 {
@@ -76,3 +77,4 @@ extern "C" [[gnu::visibility("default")]] int glob(const char* pattern, int flag
     static const auto real = VeskTest::NextFunction<Glob>("glob");
     return real(pattern, flags, callback, result);
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)

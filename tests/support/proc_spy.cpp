@@ -141,6 +141,7 @@ dirent* ProcSpy::Read(DIR* folder, const std::function<dirent*()>& read)
 
 } // namespace VeskTest
 
+// NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the headers' own names are reserved ones
 extern "C" {
 
 [[gnu::visibility("default")]] int open(const char* path, int flags, ...)
@@ -177,3 +178,4 @@ extern "C" {
     return spy != nullptr ? spy->Read(folder, [folder] { return real(folder); }) : real(folder);
 }
 }
+// NOLINTEND(readability-inconsistent-declaration-parameter-name)

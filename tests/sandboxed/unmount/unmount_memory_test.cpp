@@ -30,7 +30,7 @@ protected:
         for (long allocation = 0, struck = 1; struck != 0; ++allocation) {
             Forget();
             struck = RunWithout(allocation) ? 1 : 0;
-            const std::vector<SyslogLine> lines = log.Take();
+            std::vector<SyslogLine> lines = log.Take();
             if (std::any_of(lines.begin(), lines.end(), [&](const auto& one) { return line.Matches(one); })) {
                 return lines;
             }
