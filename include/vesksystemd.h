@@ -31,7 +31,7 @@
  * Threads      Every function may be called from any thread. No thread is started and no signal disposition,
  *              umask, working directory or locale is changed. For a caller that is not root every run of
  *              systemctl may change the process environment: it must not be read in other threads meanwhile.
- *              A thread may be cancelled in a call; it ends when the child that it waits for has ended.
+ *              A thread that is cancelled in a call ends after it, when the operation is whole.
  * Exceptions   None ever leaves a function of this header.
  * Log          Every operation tells what it does in syslog: LOG_INFO for progress and success, LOG_ERR for
  *              failures.

@@ -9,6 +9,7 @@
  *              otherwise; `vecFailed` is appended to only on failure.
  * Exceptions   Standard exceptions end in a failure result. The exceptions to this are named below, and
  *              allocation failures outside a run of systemctl pass through.
+ * Threads      A thread must not be cancelled in a call; only the C functions put that off to their end.
  */
 #ifndef VESKSYSTEMD_HPP
 #define VESKSYSTEMD_HPP

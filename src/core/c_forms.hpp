@@ -4,11 +4,11 @@
 
 #include <cstddef>
 #include <functional>
+#include <pthread.h>
 #include <string>
 
 #include <veskcore.h>
 
-#include "core/cancellation.hpp"
 #include "core/text.hpp"
 
 namespace VESK::Systemd
@@ -17,21 +17,37 @@ namespace VESK::Systemd
 /** An operation on a list of units that tells the units that failed. */
 using UnitsOperation = bool(const Texts& vecUnits, Texts& vecFailed);
 
+/**
+ * Lets the cancellation of the calling thread wait: in the middle of an operation, and in a destructor at that,
+ * it would end the process.
+ */
+class CancellationLater
+{
+public:
+    CancellationLater() noexcept { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_nBefore); }
+    ~CancellationLater() { pthread_setcancelstate(m_nBefore, nullptr); }
+    CancellationLater(const CancellationLater&) = delete;
+    CancellationLater& operator=(const CancellationLater&) = delete;
+
+private:
+    int m_nBefore = PTHREAD_CANCEL_ENABLE;
+};
+
 /** The body of a C function: its value, or `failure` when it throws. */
 template <typename Value, typename Body>
-Value CValueForm(Value failure, Body&& body)
+Value CValueForm(Value failure, Body&& body) noexcept
 {
+    const CancellationLater later;
     try {
         return body();
     } catch (...) {
-        PassOnCancellation();
         return failure;
     }
 }
 
 /** The body of a C function: 1 when `body` is true, 0 when it is false or throws. */
 template <typename Body>
-int CForm(Body&& body)
+int CForm(Body&& body) noexcept
 {
     return CValueForm(false, body) ? 1 : 0;
 }

@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include "core/cancellation.hpp"
 #include "core/file_system.hpp"
 #include "core/file_text.hpp"
 #include "core/glob_result.hpp"
@@ -51,7 +50,6 @@ bool HoldsProcess(const std::string& strFolder)
     } catch (const std::exception& error) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to check cgruop procs: [%s]", VESK_HERE, error.what());
     } catch (...) {
-        VESK::Systemd::PassOnCancellation();
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to check cgruop procs", VESK_HERE);
     }
     return true;
@@ -119,7 +117,6 @@ unsigned long GraceSecondsGet(const std::string& strSlice)
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to get SliceKillTimeoutSec: [%s]", VESK_HERE,
                  error.what());
     } catch (...) {
-        VESK::Systemd::PassOnCancellation();
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to get slice kill timeout", VESK_HERE);
     }
     return kDefaultGraceSeconds;

@@ -1,4 +1,5 @@
 // Callers in several threads at once.
+#include <atomic>
 #include <pthread.h>
 #include <thread>
 
@@ -43,14 +44,22 @@ TEST(Threads, GetTheirOwnResultsFailedUnitsAndErrorRecords)
     }
 }
 
-TEST(Threads, MayBeCancelledInACall)
+TEST(Threads, AreCancelledAfterTheCallThatTheyAreIn)
 {
     ScriptedSystemctl systemctl;
     systemctl.OnAny().CreateFile("/tmp/systemctl-runs").Delay(300);
-    std::thread thread([] { VESKCSystemdStart("foo"); });
+    std::atomic<int> result{-1};
+    std::atomic<bool> isStillThere{false};
+    std::thread thread([&] {
+        result = VESKCSystemdStart("foo");
+        pthread_testcancel();
+        isStillThere = true;
+    });
     ASSERT_TRUE(Eventually([] { return Exists("/tmp/systemctl-runs"); }));
     EXPECT_EQ(pthread_cancel(thread.native_handle()), 0);
     thread.join();
+    EXPECT_EQ(result, 1);
+    EXPECT_FALSE(isStillThere);
     EXPECT_THAT(ListChildren().running, ::testing::IsEmpty());
     EXPECT_THAT(ListChildren().zombies, ::testing::IsEmpty());
 }
