@@ -10,6 +10,7 @@
 
 #include "children.hpp"
 #include "descriptors.hpp"
+#include "forking_threads.hpp"
 #include "run_program.hpp"
 
 namespace VeskTest
@@ -70,9 +71,7 @@ TEST(Threads, DoNotHoldEachOthersPipes)
 
 TEST(Threads, ForkWhileOthersStartChildren)
 {
-#ifdef VESK_SANITIZED
-    GTEST_SKIP() << "a sanitizer's allocator may be locked for ever in a child of a threaded process";
-#endif
+    VESK_NEED_FORKING_THREADS();
     std::atomic<int> forks{0};
     InSixteenThreads([&](int number) {
         for (int round = 0; round < 10; ++round) {

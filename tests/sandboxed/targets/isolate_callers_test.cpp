@@ -5,6 +5,7 @@
 #include <thread>
 
 #include "disturbance.hpp"
+#include "forking_threads.hpp"
 #include "isolate_ground.hpp"
 
 namespace VeskTest
@@ -118,7 +119,11 @@ constexpr int kThreads = 4;
 // Long enough for the others to come in if they could.
 constexpr int kWhile = 100;
 
-using IsolateThreads = IsolateTest;
+class IsolateThreads : public IsolateTest
+{
+protected:
+    void SetUp() override { VESK_NEED_FORKING_THREADS(); }
+};
 
 TEST_F(IsolateThreads, IsolateOneAfterTheOther)
 {

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "disturbance.hpp"
+#include "forking_threads.hpp"
 #include "unmount_ground.hpp"
 
 namespace VeskTest
@@ -72,7 +73,11 @@ INSTANTIATE_TEST_SUITE_P(By, UnmountDisturbed,
                                            Disturbance::NoStandardStreams),
                          ::testing::PrintToStringParamName());
 
-using UnmountThreads = UnmountTest;
+class UnmountThreads : public UnmountTest
+{
+protected:
+    void SetUp() override { VESK_NEED_FORKING_THREADS(); }
+};
 
 TEST_F(UnmountThreads, UnmountOneAfterTheOther)
 {
