@@ -1,7 +1,6 @@
 #include "disturbance.hpp"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <ostream>
 #include <string>
 #include <sys/utsname.h>

@@ -4,9 +4,11 @@
 #include <array>
 #include <csignal>
 #include <functional>
+#include <gtest/gtest.h>
 #include <iosfwd>
 #include <memory>
 
+#include "forking_threads.hpp"
 #include "signal_storm.hpp"
 
 namespace VeskTest
@@ -39,6 +41,27 @@ private:
     struct sigaction m_sigchld {
     };
     std::array<int, 3> m_streams{};
+};
+
+// The tests of a ground that a caller runs under each of these.
+template <typename Ground>
+class DisturbedTest : public Ground, public ::testing::WithParamInterface<Disturbance>
+{
+protected:
+    void SetUp() override
+    {
+        if (!CanWorkUnder(GetParam())) {
+            GTEST_SKIP() << "this kernel does not tell how such a caller's children end";
+        }
+    }
+};
+
+// The tests of a ground whose threads fork children that go on without exec.
+template <typename Ground>
+class ThreadsTest : public Ground
+{
+protected:
+    void SetUp() override { VESK_NEED_FORKING_THREADS(); }
 };
 
 // Runs OPERATION as such a caller and expects that nothing is left behind once the processes that it has forked

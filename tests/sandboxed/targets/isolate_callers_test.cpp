@@ -5,7 +5,6 @@
 #include <thread>
 
 #include "disturbance.hpp"
-#include "forking_threads.hpp"
 #include "isolate_ground.hpp"
 
 namespace VeskTest
@@ -25,16 +24,7 @@ constexpr const char* kListJobs = "list-jobs --no-legend";
 constexpr const char* kThere = "isolate foo.target";
 constexpr const char* kBack = "isolate default.target";
 
-class IsolateDisturbed : public IsolateTest, public ::testing::WithParamInterface<Disturbance>
-{
-protected:
-    void SetUp() override
-    {
-        if (!CanWorkUnder(GetParam())) {
-            GTEST_SKIP() << "this kernel does not tell how such a caller's children end";
-        }
-    }
-};
+using IsolateDisturbed = DisturbedTest<IsolateTest>;
 
 TEST_P(IsolateDisturbed, WaitsForItsStopJobs)
 {
@@ -119,11 +109,7 @@ constexpr int kThreads = 4;
 // Long enough for the others to come in if they could.
 constexpr int kWhile = 100;
 
-class IsolateThreads : public IsolateTest
-{
-protected:
-    void SetUp() override { VESK_NEED_FORKING_THREADS(); }
-};
+using IsolateThreads = ThreadsTest<IsolateTest>;
 
 TEST_F(IsolateThreads, IsolateOneAfterTheOther)
 {

@@ -6,7 +6,6 @@
 #include <thread>
 
 #include "disturbance.hpp"
-#include "forking_threads.hpp"
 #include "unmount_ground.hpp"
 
 namespace VeskTest
@@ -20,16 +19,7 @@ using ::testing::Field;
 using ::testing::IsEmpty;
 using ::testing::Key;
 
-class UnmountDisturbed : public UnmountTest, public ::testing::WithParamInterface<Disturbance>
-{
-protected:
-    void SetUp() override
-    {
-        if (!CanWorkUnder(GetParam())) {
-            GTEST_SKIP() << "this kernel does not tell how such a caller's children end";
-        }
-    }
-};
+using UnmountDisturbed = DisturbedTest<UnmountTest>;
 
 TEST_P(UnmountDisturbed, StopsTheServicesRunsTheActionAndStartsThemAgain)
 {
@@ -73,11 +63,7 @@ INSTANTIATE_TEST_SUITE_P(By, UnmountDisturbed,
                                            Disturbance::NoStandardStreams),
                          ::testing::PrintToStringParamName());
 
-class UnmountThreads : public UnmountTest
-{
-protected:
-    void SetUp() override { VESK_NEED_FORKING_THREADS(); }
-};
+using UnmountThreads = ThreadsTest<UnmountTest>;
 
 TEST_F(UnmountThreads, UnmountOneAfterTheOther)
 {
