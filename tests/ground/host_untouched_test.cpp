@@ -129,6 +129,29 @@ private:
     fs::path m_report;
 };
 
+// The launcher and what stands beside it where every user may run them: a build may lie in a closed folder.
+class LauncherForEverybody
+{
+public:
+    LauncherForEverybody()
+        : m_folder(fs::temp_directory_path() / ("launcher-" + std::to_string(getpid())))
+    {
+        fs::create_directory(m_folder);
+        fs::permissions(m_folder, fs::perms(0755));
+        for (const char* name : {"vesk-sandbox", "systemctl-stand-in"}) {
+            fs::copy(fs::path(kSandbox).replace_filename(name), m_folder);
+        }
+    }
+    ~LauncherForEverybody() { fs::remove_all(m_folder); }
+    LauncherForEverybody(const LauncherForEverybody&) = delete;
+    LauncherForEverybody& operator=(const LauncherForEverybody&) = delete;
+
+    std::string Path() const { return m_folder / "vesk-sandbox"; }
+
+private:
+    fs::path m_folder;
+};
+
 pid_t Start(const std::vector<std::string>& command)
 {
     std::vector<char*> arguments;
@@ -284,7 +307,8 @@ TEST_F(Launcher, ServesAnOrdinaryUser)
         GTEST_SKIP() << "this is an ordinary user already";
     }
     const auto before = MachineState();
-    const std::string user = "setpriv --reuid=65534 --regid=65534 --clear-groups " + kSandbox;
+    const LauncherForEverybody launcher;
+    const std::string user = "setpriv --reuid=65534 --regid=65534 --clear-groups " + launcher.Path();
     const ShellResult probe = RunShell(user + " true 2>&1");
     if (probe.ending == Exited(77)) {
         GTEST_SKIP() << probe.output;
