@@ -299,7 +299,8 @@ TEST_F(ProcessSample, TakesTheNextFieldsWhenTheNameHasABlank)
 
 TEST_F(ProcessSample, CountsItsShareOfTheMemory)
 {
-    constexpr size_t size = size_t{16} << 20U;
+    // Much more than the libraries, whose shares change whenever another process that has them starts or ends.
+    constexpr size_t size = size_t{64} << 20U;
     const Child alone([] {
         void* memory = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
         std::memset(memory, 1, size);
@@ -314,7 +315,7 @@ TEST_F(ProcessSample, CountsItsShareOfTheMemory)
     const Child half([&] { std::memset(shared, 2, size); });
     Counter after = 0;
     ASSERT_TRUE(Process::PssGet(getpid(), after));
-    EXPECT_LE(after + size / 1024 / 2, before + 1024) << "half of it belongs to the child now";
+    EXPECT_LE(after + size / 1024 / 4, before) << "half of it belongs to the child now";
     munmap(shared, size);
 }
 
