@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <unistd.h>
 
+#include "core/lock_release.hpp"
 #include "core/log.hpp"
 #include "core/paths.hpp"
 #include "core/pause.hpp"
@@ -16,6 +17,7 @@ using VESK::Systemd::JobType;
 using VESK::Systemd::Joined;
 using VESK::Systemd::kIsolateFlag;
 using VESK::Systemd::kIsolateLock;
+using VESK::Systemd::LockRelease;
 using VESK::Systemd::StatusMonitor;
 using VESK::Systemd::SystemOperationLock;
 using VESK::Systemd::Texts;
@@ -245,6 +247,7 @@ bool VESKSystemdIsolateTarget(const std::string& strTarget, const IsolateOptions
         lock.LogLockFailed(strTarget);
         return false;
     }
+    const LockRelease release(lock);
     return VESKSystemdIntIsolateTarget(strTarget, options, pResult);
 }
 

@@ -1,9 +1,11 @@
 #include "vesksystemd.hpp"
 
 #include "core/c_forms.hpp"
+#include "core/lock_release.hpp"
 #include "core/log.hpp"
 
 using VESK::Systemd::CForm;
+using VESK::Systemd::LockRelease;
 using VESK::Systemd::SystemOperationLock;
 
 namespace
@@ -39,6 +41,7 @@ bool _VESKSystemdIsolateTargetAction(const std::string& strTarget, std::function
         lock.LogLockFailed(strTarget);
         return false;
     }
+    const LockRelease release(lock);
     if (!VESKSystemdIntIsolateTarget(strTarget, nullptr) || !RunIsolated(action)) {
         IsolateBack();
         return false;

@@ -8,6 +8,7 @@
 
 #include "core/c_forms.hpp"
 #include "core/file_text.hpp"
+#include "core/lock_release.hpp"
 #include "core/log.hpp"
 #include "core/unique_fd.hpp"
 #include "volumes/volume_array.hpp"
@@ -16,6 +17,7 @@ using std::string;
 using VESK::Systemd::CForm;
 using VESK::Systemd::FileLock;
 using VESK::Systemd::FileRead;
+using VESK::Systemd::LockRelease;
 using VESK::Systemd::UniqueFd;
 using VESK::Systemd::VolumeArray;
 using VESK::Systemd::VolumeArrayParse;
@@ -197,10 +199,8 @@ bool Locked(Change&& change)
                  lock.PathGet().c_str());
         return false;
     }
-    const bool blResult = change();
-    // Closing alone would leave the lock to a child that another thread has forked meanwhile.
-    lock.Release();
-    return blResult;
+    const LockRelease release(lock);
+    return change();
 }
 
 bool Register(const Registry& registry, const string& strVolume)

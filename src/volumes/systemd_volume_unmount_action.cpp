@@ -7,6 +7,7 @@
 #include <boost/algorithm/string/join.hpp>
 
 #include "core/c_forms.hpp"
+#include "core/lock_release.hpp"
 #include "core/log.hpp"
 #include "core/paths.hpp"
 #include "core/text.hpp"
@@ -14,6 +15,7 @@
 using VESK::Systemd::CForm;
 using VESK::Systemd::FileLock;
 using VESK::Systemd::Joined;
+using VESK::Systemd::LockRelease;
 using VESK::Systemd::Texts;
 using VESK::Systemd::UnitTypeGet;
 
@@ -188,6 +190,8 @@ bool _VESKSystemdVolumeUnmountAction(const Texts& vecVolumes, std::function<bool
     }
     FileLock actionLock("/run/vesksystemd/locks/volume-unmount-action.lock", true, 3600);
     FileLock isolateLock(VESK::Systemd::kIsolateLock, false, 3600);
+    const LockRelease actionRelease(actionLock);
+    const LockRelease isolateRelease(isolateLock);
     if (!Acquire(actionLock) || !Acquire(isolateLock)) {
         return false;
     }

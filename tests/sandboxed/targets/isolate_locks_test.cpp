@@ -4,6 +4,7 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
+#include <memory>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -382,6 +383,18 @@ TEST_F(IsolateLocks, AreFreeAndTheSystemCanBeIsolatedWhereverATargetActionIsKill
     const int kills = KillAtEveryStep(act, ExpectNothingLeft);
     EXPECT_GT(kills, 100);
     EXPECT_TRUE(Isolate());
+}
+
+TEST_F(IsolateLocks, AreLeftToNoChildOfAnotherThreadThatLivesOn)
+{
+    std::unique_ptr<OtherProcess> child;
+    spy.OnFork([&](int) { child = std::make_unique<OtherProcess>(&pause); });
+    EXPECT_TRUE(VESKSystemdIsolateTarget("foo.target", nullptr));
+    ASSERT_NE(child, nullptr);
+    EXPECT_TRUE(IsLockFree(kOperationLock));
+    EXPECT_TRUE(IsLockFree(kIsolateLock));
+    child->Kill();
+    EXPECT_EQ(child->Wait(), Signalled(SIGKILL));
 }
 
 TEST_F(IsolateLocks, KeepNoDescriptorOpenInTheCaller)

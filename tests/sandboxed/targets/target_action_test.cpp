@@ -1,6 +1,9 @@
 // Work on an isolated system, and the way back to the default target.
 
+#include <csignal>
+#include <memory>
 #include <stdexcept>
+#include <unistd.h>
 
 #include "isolate_ground.hpp"
 
@@ -82,6 +85,19 @@ TEST_F(TargetAction, HoldsTheOperationLockFromTheFirstToTheLastStep)
                 ElementsAre(LockRequest{kOperationLock, true, 120}, LockRequest{kIsolateLock, true, 600},
                             LockRequest{kExitLock, false, 10}, LockRequest{kIsolateLock, true, 600},
                             LockRequest{kExitLock, false, 10}));
+}
+
+TEST_F(TargetAction, LeavesNoLockToAChildThatLivesOn)
+{
+    std::unique_ptr<OtherProcess> child;
+    EXPECT_TRUE(_VESKSystemdIsolateTargetAction("foo.target", [&] {
+        child = std::make_unique<OtherProcess>(&pause);
+        return true;
+    }));
+    EXPECT_TRUE(IsLockFree(kOperationLock));
+    EXPECT_TRUE(IsLockFree(kIsolateLock));
+    child->Kill();
+    EXPECT_EQ(child->Wait(), Signalled(SIGKILL));
 }
 
 TEST_F(TargetAction, IsNeverCalledWhileAnotherOperationRuns)

@@ -1,6 +1,9 @@
 // One unmount of a volume: what is run, written and logged around the action, and what becomes of failures.
 
+#include <csignal>
+#include <memory>
 #include <stdexcept>
+#include <unistd.h>
 
 #include "c_list.hpp"
 #include "unmount_ground.hpp"
@@ -130,6 +133,20 @@ TEST_F(UnmountTest, HoldsItsLocksWhileTheActionRuns)
         return true;
     }));
     EXPECT_THAT(seen, ElementsAre(false, false, true, false));
+}
+
+TEST_F(UnmountTest, LeavesNoLockToAChildOfTheActionThatLivesOn)
+{
+    AddDependent("a.service");
+    std::unique_ptr<OtherProcess> child;
+    EXPECT_TRUE(_VESKSystemdVolumeUnmountAction({kVolume}, [&] {
+        child = std::make_unique<OtherProcess>(&pause);
+        return true;
+    }));
+    EXPECT_TRUE(IsLockFree(kActionLock));
+    EXPECT_TRUE(IsLockFree(kIsolateLock));
+    child->Kill();
+    EXPECT_EQ(child->Wait(), Signalled(SIGKILL));
 }
 
 TEST_F(UnmountTest, FailsAtTheFirstLockThatItCannotTake)
