@@ -45,14 +45,21 @@ void WaitUntilReaped(int pidFd)
     poll(&reaped, 1, kReapPollMilliseconds);
 }
 
+bool GetInfo(int pidFd, PidFdInfo& info)
+{
+    info = {};
+    info.mask = kInfoExit;
+    return ioctl(pidFd, kGetInfo, &info) == 0;
+}
+
 /** The status of a child that was reaped by the kernel or by another thread of the caller's. */
 int StatusOfReaped(int pidFd)
 {
     const auto end = std::chrono::steady_clock::now() + kReapTime;
     while (HasEnded(pidFd) && std::chrono::steady_clock::now() < end) {
         PidFdInfo info{};
-        info.mask = kInfoExit;
-        if (ioctl(pidFd, kGetInfo, &info) != 0) {
+        // A child that is reaped in the midst of the call is unknown to it, and known to the next one.
+        if (!GetInfo(pidFd, info) && (errno != ESRCH || !GetInfo(pidFd, info))) {
             break;
         }
         if ((info.mask & kInfoExit) != 0) {

@@ -91,19 +91,23 @@ TEST(OldKernel, WithPidFdsThatCannotBeWaitedForWaitsByNumber)
 
 TEST(OldKernel, ThatDoesNotTellHowAReapedChildEndedGivesNoStatus)
 {
-    EXPECT_EQ(RunInChild([] {
-                  FailSystemCallWith(SYS_ioctl, ENOTTY, 1, kPidFdGetInfo);
-                  if (!ChildrenWork()) {
-                      return 1;
-                  }
-                  std::signal(SIGCHLD, SIG_IGN);
-                  const Result result = RunScript("echo text; exit 3");
-                  return result.output == "text\n" && result.status == -1 && errno == ECHILD &&
-                                 VLIBCErrGet() == VLIBC_ERR_CHILD
-                             ? 0
-                             : 2;
-              }),
-              Exited(0));
+    // Those that cannot be asked, and those that tell of living processes only.
+    for (const int error : {ENOTTY, ESRCH}) {
+        EXPECT_EQ(RunInChild([error] {
+                      FailSystemCallWith(SYS_ioctl, error, 1, kPidFdGetInfo);
+                      if (!ChildrenWork()) {
+                          return 1;
+                      }
+                      std::signal(SIGCHLD, SIG_IGN);
+                      const Result result = RunScript("echo text; exit 3");
+                      return result.output == "text\n" && result.status == -1 && errno == ECHILD &&
+                                     VLIBCErrGet() == VLIBC_ERR_CHILD
+                                 ? 0
+                                 : 2;
+                  }),
+                  Exited(0))
+            << error;
+    }
 }
 
 } // namespace
