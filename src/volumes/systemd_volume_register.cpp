@@ -37,7 +37,6 @@ struct Registry {
     string strFile;
 
     string PathGet() const { return strDirectory + strFile; }
-    string TemporaryGet() const { return PathGet() + ".tmp." + std::to_string(getpid()); }
 };
 
 Registry UnitRegistry(const string& strUnit)
@@ -123,58 +122,32 @@ bool Dump(const string& strTemporary, const string& strPath, const string& strTe
            Sync(fd.Get()) && fd.Close();
 }
 
-UniqueFd FolderOpen(const Registry& registry)
-{
-    return UniqueFd(open(registry.strDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-}
-
-/** Puts the names in a folder on the disk. */
-bool FolderSync(const UniqueFd& folder)
-{
-    // A file system that has nothing to sync for a directory says EINVAL.
-    return folder.IsOpen() && (Sync(folder.Get()) || errno == EINVAL);
-}
-
 /** Moves a file onto another so that the disk holds the one or the other, whenever the power goes. */
 bool Replace(const string& strFrom, const Registry& registry)
 {
-    const UniqueFd folder = FolderOpen(registry);
-    return folder.IsOpen() && rename(strFrom.c_str(), registry.PathGet().c_str()) == 0 && FolderSync(folder);
-}
-
-/** Tells of a rename that failed, or of which the disk may not know. */
-void LogRename(const string& strFrom, const string& strTo)
-{
-    VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to rename [%s] to [%s] (%m)", VESK_HERE, strFrom.c_str(),
-             strTo.c_str());
+    const UniqueFd directory(open(registry.strDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!directory.IsOpen() || rename(strFrom.c_str(), registry.PathGet().c_str()) != 0) {
+        return false;
+    }
+    // A file system that has nothing to sync for a directory says EINVAL.
+    return Sync(directory.Get()) || errno == EINVAL;
 }
 
 bool Write(const Registry& registry, const VolumeElements& vecElements)
 {
     const string strPath = registry.PathGet();
-    const string strTemporary = registry.TemporaryGet();
+    const string strTemporary = strPath + ".tmp." + std::to_string(getpid());
     bool blResult = false;
     if (!Dump(strTemporary, strPath, VolumeArrayText(vecElements))) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to dump json file to [%s]", VESK_HERE,
                  strTemporary.c_str());
     } else if (!Replace(strTemporary, registry)) {
-        LogRename(strTemporary, strPath);
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to rename [%s] to [%s] (%m)", VESK_HERE,
+                 strTemporary.c_str(), strPath.c_str());
     } else {
         blResult = true;
     }
     unlink(strTemporary.c_str());
-    return blResult;
-}
-
-/** Whoever put the file in its place may have failed, or died, before the folder was synced. */
-bool Settle(const Registry& registry)
-{
-    const string strPath = registry.PathGet();
-    const string strTemporary = registry.TemporaryGet();
-    const bool blResult = FolderSync(FolderOpen(registry));
-    if (!blResult) {
-        LogRename(strTemporary, strPath);
-    }
     return blResult;
 }
 
@@ -216,7 +189,7 @@ bool Register(const Registry& registry, const string& strVolume)
             return false;
         }
         if (IsRegistered(vecElements, strVolume)) {
-            return Settle(registry);
+            return true;
         }
         vecElements.push_back(VolumeElementMake(strVolume));
         return Write(registry, vecElements);

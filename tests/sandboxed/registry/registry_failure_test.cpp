@@ -1,6 +1,5 @@
 // What goes wrong, its lines, and that the file is left and nothing else stays.
 
-#include <csignal>
 #include <filesystem>
 #include <sys/mount.h>
 #include <unistd.h>
@@ -232,67 +231,6 @@ TEST_P(RegistryFailure, LeavesNoLockToAChildThatAnotherThreadForks)
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, RegistryFailure, ValuesIn(Changes()), NameOf<Change>);
-
-// A volume that the file holds already, though the disk may not know.
-using RegisteredBefore = RegistryReplacement;
-
-TEST_P(RegisteredBefore, FailsUntilTheFolderIsSyncedAndWritesNoFile)
-{
-    FileCalls calls;
-    calls.Fail("sync " + folder, {EIO, ENOSPC});
-    EXPECT_FALSE(Run());
-    EXPECT_EQ(ReadText(file), newText);
-    EXPECT_FALSE(Run());
-    EXPECT_THAT(log.Take(), ElementsAre(NotRenamed(file, "Input/output error"),
-                                        NotRenamed(file, "No space left on device")));
-    calls.Take();
-    EXPECT_TRUE(Run());
-    EXPECT_THAT(calls.Take(), ElementsAre("open " + file, "open " + folder + "/", "sync " + folder));
-    EXPECT_THAT(log.Take(), IsEmpty());
-    EXPECT_EQ(ReadText(file), newText);
-}
-
-TEST_P(RegisteredBefore, IsSyncedWhenItsProcessDiedTooEarly)
-{
-    const Ending ending = RunInChild([&] {
-        FileCalls calls;
-        calls.Before([&](const std::string& call) {
-            if (call == "sync " + folder) {
-                raise(SIGKILL);
-            }
-        });
-        return Run() ? 0 : 1;
-    });
-    ASSERT_EQ(ending, Signalled(SIGKILL));
-    ASSERT_EQ(ReadText(file), newText);
-    FileCalls calls;
-    calls.Fail("sync " + folder, {EINTR});
-    EXPECT_TRUE(Run());
-    EXPECT_THAT(calls.Take(),
-                ElementsAre("open " + file, "open " + folder + "/", "sync " + folder, "sync " + folder));
-}
-
-TEST_P(RegisteredBefore, FailsWhenTheFolderCannotBeOpened)
-{
-    ASSERT_TRUE(Run());
-    FileCalls calls;
-    calls.Fail("open " + folder + "/", {EMFILE});
-    EXPECT_FALSE(Run());
-    EXPECT_THAT(log.Take(), ElementsAre(NotRenamed(file, "Too many open files")));
-    EXPECT_TRUE(IsLockFree(kLock));
-}
-
-TEST_P(RegisteredBefore, NeedsNoFileSystemThatCanSyncFolders)
-{
-    ASSERT_TRUE(Run());
-    FileCalls calls;
-    calls.Fail("sync " + folder, {EINVAL});
-    EXPECT_TRUE(Run());
-    EXPECT_THAT(log.Take(), IsEmpty());
-}
-
-INSTANTIATE_TEST_SUITE_P(With, RegisteredBefore, ::testing::Values(Changes()[0], Changes()[2]),
-                         NameOf<Change>);
 
 using FolderFailure = RegistryChange;
 
