@@ -55,11 +55,12 @@ bool HoldsProcess(const std::string& strFolder)
     return true;
 }
 
-/** Appends the units below a folder that hold processes. */
-void LiveUnitsAppend(const std::string& strFolder, Texts& vecUnits)
+/** Appends the units below a folder that hold processes; false when not all of it could be searched. */
+bool LiveUnitsAppend(const std::string& strFolder, Texts& vecUnits)
 {
     GlobResult entries;
-    entries.Add(strFolder, "/*");
+    const int nResult = entries.Add(strFolder, "/*");
+    bool blSearched = nResult == 0 || nResult == GLOB_NOMATCH;
     for (const std::string strEntry : entries) {
         // A symbolic link is no cgroup, and following it might never end.
         if (!VESK::Systemd::IsOwnDirectory(strEntry)) {
@@ -68,8 +69,9 @@ void LiveUnitsAppend(const std::string& strFolder, Texts& vecUnits)
         if (HoldsProcess(strEntry)) {
             vecUnits.push_back(VESK::Systemd::BaseName(strEntry));
         }
-        LiveUnitsAppend(strEntry, vecUnits);
+        blSearched = LiveUnitsAppend(strEntry, vecUnits) && blSearched;
     }
+    return blSearched;
 }
 
 /** Whether a slice holds processes; finds the units in it that do. */
@@ -77,8 +79,8 @@ bool IsLive(const std::string& strSlice, Texts& vecUnits)
 {
     const std::string strFolder = "/sys/fs/cgroup/systemd/" + strSlice;
     vecUnits.clear();
-    LiveUnitsAppend(strFolder, vecUnits);
-    return !vecUnits.empty() || HoldsProcess(strFolder);
+    const bool blSearched = LiveUnitsAppend(strFolder, vecUnits);
+    return !blSearched || !vecUnits.empty() || HoldsProcess(strFolder);
 }
 
 void StopUnits(const std::string& strSlice, const Texts& vecUnits)

@@ -521,17 +521,25 @@ TEST_F(KillSlice, ShowsNoOtherProgramTheOpenFiles)
     EXPECT_EQ(InheritanceWatch::Inherited(), 0);
 }
 
-TEST_F(KillSlice, LooksAtTheSliceItselfWhenItsFoldersCannotBeSearched)
+TEST_F(KillSlice, TakesASliceForALivingOneWhenItsFoldersCannotBeSearched)
 {
     AddProcess("x.service");
-    const GlobFault fault(GLOB_NOSPACE);
-    EXPECT_TRUE(VESKSystemdKillSlice("a.slice"));
-    ExpectLog({kSkip});
-    WriteText(kOwnProcesses, "7\n");
     WriteGraceTime("0");
+    for (const int failure : {GLOB_NOSPACE, GLOB_ABORTED}) {
+        const GlobFault fault(failure);
+        EXPECT_TRUE(VESKSystemdKillSlice("a.slice"));
+        ExpectLog({kBegin, kNoUnits, kTermSent, kKillSent, kDone});
+        EXPECT_EQ(GlobFault::Flags(), GLOB_NOSORT);
+    }
+}
+
+TEST_F(KillSlice, TakesASliceForALivingOneWhenAFolderInItCannotBeSearched)
+{
+    WriteText(InSystemd("a.slice/x.service/cgroup.procs"), "");
+    WriteGraceTime("0");
+    const GlobFault fault(GLOB_NOSPACE, "/x.service/*");
     EXPECT_TRUE(VESKSystemdKillSlice("a.slice"));
     ExpectLog({kBegin, kNoUnits, kTermSent, kKillSent, kDone});
-    EXPECT_EQ(GlobFault::Flags(), GLOB_NOSORT);
 }
 
 } // namespace
