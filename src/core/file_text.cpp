@@ -41,6 +41,9 @@ bool FilePiecesRead(const std::string& strPath, const std::function<bool(std::st
         }
         strLines += svRead.substr(cbLines);
     }
+    if (cbRead < 0) {
+        return false;
+    }
     if (!strLines.empty()) {
         take(strLines);
     }
@@ -50,14 +53,14 @@ bool FilePiecesRead(const std::string& strPath, const std::function<bool(std::st
 bool FileRead(const std::string& strPath, std::string& strText)
 {
     std::string strRead;
-    const bool blOpened = FilePiecesRead(strPath, [&](std::string_view svPiece) {
+    const bool blRead = FilePiecesRead(strPath, [&](std::string_view svPiece) {
         strRead += svPiece;
         return true;
     });
-    if (blOpened) {
+    if (blRead) {
         strText = std::move(strRead);
     }
-    return blOpened;
+    return blRead;
 }
 
 bool Lines::Next(std::string_view& svLine)

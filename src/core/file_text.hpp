@@ -13,12 +13,12 @@ ssize_t ReadSome(int fd, char* pBuffer, size_t cbBuffer);
 
 /**
  * Hands a file to `take` piece by piece, each of whole lines, until that returns false. False, with errno set,
- * when the file cannot be opened. A file that cannot be read to its end, as that of a process that ends
- * meanwhile, gives what could be read; a pipe is not waited for.
+ * when the file cannot be opened or not be read to its end, as that of a process that ends meanwhile. A pipe is
+ * not waited for.
  */
 bool FilePiecesRead(const std::string& strPath, const std::function<bool(std::string_view svPiece)>& take);
 
-/** Reads all of a file likewise; `strText` stays as it is when the file cannot be opened. */
+/** Reads all of a file likewise; `strText` stays as it is when that fails. */
 bool FileRead(const std::string& strPath, std::string& strText);
 
 /** The lines of a text, without their line feeds. */

@@ -141,12 +141,12 @@ bool Process::CPUTickGet(int nPid, unsigned long long& ullUser, unsigned long lo
 bool Process::PssGet(int nPid, unsigned long long& ullPss)
 {
     unsigned long long ullSum = 0;
-    const bool blOpened = FilePiecesRead(ProcPath(nPid, "smaps"), [&](std::string_view svPiece) {
+    const bool blRead = FilePiecesRead(ProcPath(nPid, "smaps"), [&](std::string_view svPiece) {
         ullSum += PssParse(svPiece);
         return true;
     });
-    ullPss = blOpened ? ullSum : ullPss;
-    return blOpened;
+    ullPss = blRead ? ullSum : ullPss;
+    return blRead;
 }
 
 bool Process::IOGet(int nPid, unsigned long long& ullReadBytes, unsigned long long& ullWriteBytes)

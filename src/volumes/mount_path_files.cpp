@@ -55,13 +55,14 @@ const MountPathFiles::File& MountPathFiles::OnMountPath(std::string_view svPath)
                                      : m_mapResolved.emplace(m_strPath, Resolved(m_strPath)).first->second;
 }
 
-MountPathFiles::File MountPathFiles::Resolved(const std::string& strPath) const
+MountPathFiles::File MountPathFiles::Resolved(const std::string& strPath)
 {
     std::array<char, PATH_MAX> resolved;
-    if (realpath(strPath.c_str(), resolved.data()) == nullptr || !IsOnMountPath(resolved.data())) {
+    if (realpath(strPath.c_str(), resolved.data()) == nullptr) {
+        PassOver(errno);
         return std::nullopt;
     }
-    return resolved.data();
+    return IsOnMountPath(resolved.data()) ? File(resolved.data()) : std::nullopt;
 }
 
 bool MountPathFiles::IsOnMountPath(const std::string& strResolved) const
@@ -84,6 +85,9 @@ bool MountPathFiles::IsLinkOnMountPath(int fdFolder, const char* szLink, std::st
 {
     std::array<char, PATH_MAX> target;
     const ssize_t cbTarget = readlinkat(fdFolder, szLink, target.data(), target.size());
+    if (cbTarget < 0) {
+        PassOver(errno);
+    }
     // What is no file, as a socket, has no absolute path to resolve.
     if (cbTarget <= 0 || target[0] != '/') {
         return false;
@@ -110,11 +114,11 @@ bool MountPathFiles::HoldsOpen(const std::string& strProcess, std::string& strFi
 bool MountPathFiles::Maps(const std::string& strProcess, std::string& strFile)
 {
     bool blFound = false;
-    const bool blOpened = FilePiecesRead(strProcess + "/maps", [&](std::string_view svPiece) {
+    const bool blRead = FilePiecesRead(strProcess + "/maps", [&](std::string_view svPiece) {
         blFound = IsMapped(svPiece, strFile);
         return !blFound;
     });
-    if (!blOpened) {
+    if (!blRead) {
         PassOver(errno);
     }
     return blFound;

@@ -36,7 +36,7 @@ private:
 
     /** What a path resolves to when that lies on the mount path. */
     const File& OnMountPath(std::string_view svPath);
-    File Resolved(const std::string& strPath) const;
+    File Resolved(const std::string& strPath);
 
     bool IsOnMountPath(const std::string& strResolved) const;
 

@@ -58,6 +58,15 @@ void ProcSpy::Fail(const std::string& path, int error)
     m_errors[path] = error;
 }
 
+void ProcSpy::FailReading(const std::string& path, int error)
+{
+    Replace(path, [this, error] {
+        const int descriptor = TextOpened("");
+        m_unreadable[descriptor] = error;
+        return descriptor;
+    });
+}
+
 void ProcSpy::Replace(const std::string& path, std::function<int()> open)
 {
     m_replaced[path] = std::move(open);
@@ -108,6 +117,18 @@ bool ProcSpy::Open(const std::string& path, int& descriptor)
     return true;
 }
 
+bool ProcSpy::FailsReading(int descriptor)
+{
+    const auto it = m_unreadable.find(descriptor);
+    if (it == m_unreadable.end()) {
+        return false;
+    }
+    errno = it->second;
+    // The number may soon be that of another file.
+    m_unreadable.erase(it);
+    return true;
+}
+
 bool ProcSpy::OpenFolder(const std::string& path)
 {
     Run(m_before, path);
@@ -155,6 +176,13 @@ extern "C" {
     int descriptor = -1;
     VeskTest::ProcSpy* spy = VeskTest::currentSpy;
     return spy != nullptr && spy->Open(path, descriptor) ? descriptor : real(path, flags, mode);
+}
+
+[[gnu::visibility("default")]] ssize_t read(int descriptor, void* buffer, size_t size)
+{
+    static const auto real = VeskTest::NextFunction<ssize_t(int, void*, size_t)>("read");
+    VeskTest::ProcSpy* spy = VeskTest::currentSpy;
+    return spy != nullptr && spy->FailsReading(descriptor) ? -1 : real(descriptor, buffer, size);
 }
 
 [[gnu::visibility("default")]] DIR* opendir(const char* name)

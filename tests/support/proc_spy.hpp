@@ -1,4 +1,4 @@
-// What the library reads of /proc, seen and replaced from this program: it defines open(), opendir() and
+// What the library reads of /proc, seen and replaced from this program: it defines open(), read(), opendir() and
 // readdir() itself and passes them on.
 #pragma once
 
@@ -28,6 +28,8 @@ public:
     // From now on the file or folder cannot be opened: as one that is not there, or with another errno.
     void Hide(const std::string& path);
     void Fail(const std::string& path, int error);
+    // From now on reading the file fails.
+    void FailReading(const std::string& path, int error);
     // From now on OPEN opens the file.
     void Replace(const std::string& path, std::function<int()> open);
 
@@ -41,6 +43,7 @@ public:
 
     // For the calls that stand for the C library's.
     bool Open(const std::string& path, int& descriptor);
+    bool FailsReading(int descriptor);
     bool OpenFolder(const std::string& path);
     void FolderIsOpen(const std::string& path, const DIR* folder);
     dirent* Read(DIR* folder, const std::function<dirent*()>& read);
@@ -53,6 +56,7 @@ private:
     std::vector<std::string> m_opened;
     std::map<std::string, int> m_errors;
     std::map<std::string, std::function<int()>> m_replaced;
+    std::map<int, int> m_unreadable;
     Actions m_before;
     Actions m_beforeProcess;
     std::string m_added;

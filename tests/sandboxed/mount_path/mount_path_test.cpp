@@ -421,6 +421,24 @@ TEST_P(ScanWithout, DescriptorsOrMemoryFails)
 
 INSTANTIATE_TEST_SUITE_P(, ScanWithout, ::testing::Values("list", "fd/", "maps", "cgroup"), NameOfFile);
 
+TEST_F(MountPath, CannotBeScannedWhenMemoryLacksForReadingWhatIsOpen)
+{
+    const ServiceProcess user("a.service", [] { MapFile("/volume1/a"); });
+    for (const char* file : {"maps", "cgroup"}) {
+        SCOPED_TRACE(file);
+        spy.FailReading(Of(user, file), ENOMEM);
+        VLIBCErrSetEx(0, "", 0);
+        Words services{"before"};
+        EXPECT_FALSE(VESKSystemdServiceListByMntPath(kVolume, services));
+        EXPECT_EQ(VLIBCErrGet(), 0x0900);
+        EXPECT_THAT(services, ElementsAre("before"));
+        spy.FailReading(Of(user, file), ESRCH);
+        EXPECT_THAT(Services(), IsEmpty());
+        spy.Replace(Of(user, file),
+                    [path = Of(user, file)] { return openat(AT_FDCWD, path.c_str(), O_RDONLY | O_CLOEXEC); });
+    }
+}
+
 TEST_F(MountPath, IsUsedByAProcessWhoseMapsTellSoThoughItsDescriptorsCannotBeListed)
 {
     const ServiceProcess user("a.service", [] { MapFile("/volume1/a"); });
