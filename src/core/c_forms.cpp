@@ -1,5 +1,6 @@
 #include "core/c_forms.hpp"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "core/log.hpp"
@@ -16,11 +17,11 @@ Texts ListGet(const VLIBCSzList* pList)
     return vecTexts;
 }
 
-void ListPush(const Texts& vecTexts, VLIBCSzList** ppList)
+bool ListPush(const Texts& vecTexts, VLIBCSzList** ppList)
 {
-    for (const std::string& strText : vecTexts) {
-        VLIBCSzListPush(ppList, strText.c_str());
-    }
+    return std::all_of(vecTexts.begin(), vecTexts.end(), [&](const std::string& strText) {
+        return VLIBCSzListPush(ppList, strText.c_str()) >= 0;
+    });
 }
 
 bool GroupForm(const VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed, UnitsOperation* operation)

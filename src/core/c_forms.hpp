@@ -54,7 +54,8 @@ int CForm(Body&& body) noexcept
 
 Texts ListGet(const VLIBCSzList* pList);
 
-void ListPush(const Texts& vecTexts, VLIBCSzList** ppList);
+/** Pushes the texts one after the other; false when one of them could not be. */
+bool ListPush(const Texts& vecTexts, VLIBCSzList** ppList);
 
 /** Pushes what `textsGet` finds to the caller's list, when it finds it. */
 template <typename Getter>
@@ -64,8 +65,7 @@ bool ListForm(VLIBCSzList** ppList, Getter&& textsGet)
     if (!textsGet(vecTexts)) {
         return false;
     }
-    ListPush(vecTexts, ppList);
-    return true;
+    return ListPush(vecTexts, ppList);
 }
 
 /** Runs `operation` on a list; on failure pushes the failed units to the caller's list if there is one. */

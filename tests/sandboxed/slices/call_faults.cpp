@@ -24,6 +24,7 @@ struct Faults {
     bool printingFails = false;
     bool closingFails = false;
     const std::function<void(const std::string&)>* onKey = nullptr;
+    int workingPushes = -1;
     bool watching = false;
     int files = 0;
     int inherited = 0;
@@ -124,6 +125,16 @@ int InheritanceWatch::Inherited()
     return faults.inherited;
 }
 
+PushFault::PushFault(int working)
+{
+    faults.workingPushes = working;
+}
+
+PushFault::~PushFault()
+{
+    faults.workingPushes = -1;
+}
+
 KeyReading::KeyReading(std::function<void(const std::string&)> action)
 {
     onKey = std::move(action);
@@ -204,6 +215,16 @@ int VLIBCFileGetSectionValue(const char* path, const char* section, const char* 
     static const auto real =
         VeskTest::NextFunction<decltype(VLIBCFileGetSectionValue)>("VLIBCFileGetSectionValue");
     return real(path, section, key, buffer, size);
+}
+
+int VLIBCSzListPush(VLIBCSzList** list, const char* text)
+{
+    static const auto real = VeskTest::NextFunction<decltype(VLIBCSzListPush)>("VLIBCSzListPush");
+    if (faults.workingPushes == 0) {
+        return -1;
+    }
+    faults.workingPushes -= faults.workingPushes > 0 ? 1 : 0;
+    return real(list, text);
 }
 
 } // extern "C"

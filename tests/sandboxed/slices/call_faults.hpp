@@ -60,6 +60,16 @@ public:
     static int Inherited();
 };
 
+// While it lives, the pushes of texts to lists fail after so many.
+class PushFault
+{
+public:
+    explicit PushFault(int working);
+    ~PushFault();
+    PushFault(const PushFault&) = delete;
+    PushFault& operator=(const PushFault&) = delete;
+};
+
 // While it lives, ACTION runs before each reading of a key of a unit file, with the key.
 class KeyReading
 {

@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "c_list.hpp"
+#include "call_faults.hpp"
 #include "glob_fault.hpp"
 #include "slices_ground.hpp"
 #include "systemctl_script.hpp"
@@ -117,6 +118,14 @@ TEST_F(SliceNamesInC, FailWithTheServices)
     CList list({"before"});
     EXPECT_EQ(VESKCSystemdSliceList(list.Address()), 0);
     EXPECT_THAT(list.Items(), ElementsAre("before"));
+}
+
+TEST_F(SliceNamesInC, AreAFailureWhenTheListCannotTakeThemAll)
+{
+    List("a.service static\nc.service enabled\n");
+    CList list({"before"});
+    const PushFault fault(1);
+    EXPECT_EQ(VESKCSystemdSliceList(list.Address()), 0);
 }
 
 TEST_F(SliceNamesInC, AreRefusedWithoutAList)
