@@ -14,6 +14,7 @@
 #include "core/log.hpp"
 #include "core/text.hpp"
 
+using VESK::Systemd::BeforeZero;
 using VESK::Systemd::ChildStream;
 using VESK::Systemd::JobInfo;
 using VESK::Systemd::JobType;
@@ -228,16 +229,11 @@ int RunMeasured(const std::vector<std::string>& vecCommand, std::vector<std::str
     return nExitCode;
 }
 
-/** A program's argument ends at its first zero byte; so does what is logged of it. */
-std::string AsArgument(const std::string& strText)
-{
-    return strText.substr(0, strText.find('\0'));
-}
-
+/** Appends the arguments as the program gets them, so that no more is logged of them. */
 void Append(std::vector<std::string>& vecTo, const std::vector<std::string>& vecFrom)
 {
     for (const std::string& strText : vecFrom) {
-        vecTo.push_back(AsArgument(strText));
+        vecTo.push_back(BeforeZero(strText));
     }
 }
 
@@ -246,7 +242,7 @@ void Append(std::vector<std::string>& vecTo, const std::vector<std::string>& vec
 bool VESKSystemdSystemctlUltron(const std::string& strVerb, const SystemctlOpts& opts,
                                 const std::vector<std::string>& vecUnits, Callback&& callback)
 {
-    std::vector<std::string> vecCommand{kSystemctl, AsArgument(strVerb)};
+    std::vector<std::string> vecCommand{kSystemctl, BeforeZero(strVerb)};
     if (!opts.blForceSystem && getuid() != 0) {
         vecCommand.emplace_back("--user");
         VESKSystemdPutEnvByPAMSystemd();

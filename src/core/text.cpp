@@ -16,4 +16,9 @@ std::string Trimmed(const std::string& strText)
     return boost::algorithm::trim_copy(strText);
 }
 
+std::string BeforeZero(const std::string& strText)
+{
+    return strText.substr(0, strText.find('\0'));
+}
+
 } // namespace VESK::Systemd

@@ -14,4 +14,7 @@ std::string Joined(const Texts& vecTexts, const char* szSeparator = ", ");
 /** The text without white space at either end. */
 std::string Trimmed(const std::string& strText);
 
+/** What the kernel takes of a text: up to its first zero byte. */
+std::string BeforeZero(const std::string& strText);
+
 } // namespace VESK::Systemd

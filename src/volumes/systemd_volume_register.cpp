@@ -10,10 +10,12 @@
 #include "core/file_text.hpp"
 #include "core/lock_release.hpp"
 #include "core/log.hpp"
+#include "core/text.hpp"
 #include "core/unique_fd.hpp"
 #include "volumes/volume_array.hpp"
 
 using std::string;
+using VESK::Systemd::BeforeZero;
 using VESK::Systemd::CForm;
 using VESK::Systemd::FileLock;
 using VESK::Systemd::FileRead;
@@ -41,12 +43,13 @@ struct Registry {
 
 Registry UnitRegistry(const string& strUnit)
 {
-    return {"/usr/vesk/etc/vesksystemd/volume-register/", VESK::Systemd::NormalizedUnitNameGet(strUnit)};
+    return {"/usr/vesk/etc/vesksystemd/volume-register/",
+            VESK::Systemd::NormalizedUnitNameGet(BeforeZero(strUnit))};
 }
 
 string PackageDirectory(const string& strPackage)
 {
-    return "/var/packages/" + strPackage;
+    return "/var/packages/" + BeforeZero(strPackage);
 }
 
 Registry PackageRegistry(const string& strPackage)
@@ -167,12 +170,12 @@ template <typename Change>
 bool Locked(Change&& change)
 {
     FileLock lock("/run/vesksystemd/locks/volume-register.lock", true, 0);
+    const LockRelease release(lock);
     if (!lock.Acquire()) {
         VESK_LOG(LOG_INFO, "%s:%d vesksystemd: lock [%s] is not available.", VESK_HERE,
                  lock.PathGet().c_str());
         return false;
     }
-    const LockRelease release(lock);
     return change();
 }
 

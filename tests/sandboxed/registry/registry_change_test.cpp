@@ -243,6 +243,18 @@ TEST_F(Register, NamesTheFileAfterTheNormalizedUnit)
     EXPECT_EQ(ReadText(UnitFile("foo.slice")), Volumes({"/volume1"}));
 }
 
+TEST_F(Register, TakesNamesUpToTheirFirstZeroByte)
+{
+    const std::string unit("foo.service\0x.service", 21);
+    EXPECT_TRUE(VESKSystemdVolumeRegister("foo", "/volume1"));
+    EXPECT_TRUE(VESKSystemdVolumeRegister(unit, "/volume2"));
+    EXPECT_EQ(ReadText(UnitFile("foo.service")), Volumes({"/volume1", "/volume2"}));
+    EXPECT_TRUE(VESKSystemdVolumeIsRegisteredByUnit(unit, {"/volume1"}));
+    EXPECT_TRUE(VESKSystemdVolumeUnregister(unit, "/volume1"));
+    EXPECT_EQ(ReadText(UnitFile("foo.service")), Volumes({"/volume2"}));
+    EXPECT_THAT(ListFolder(kUnitFolder), ElementsAre("foo.service"));
+}
+
 TEST_F(Register, WritesAnyVolumeSoThatItIsFoundAgain)
 {
     const std::string zero("/with\0zero", 10);
