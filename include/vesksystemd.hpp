@@ -671,11 +671,18 @@ VESK_API bool VESKSystemdServiceListByMntPath(const std::string& strMntPath,
 VESK_API bool _VESKSystemdVolumeUnmountAction(const std::vector<std::string>& vecVolumes,
                                               std::function<bool()>&& action);
 
-/** The same for a function and its argument. `Volumes` is a vector of strings, or strings in braces. */
+/**
+ * The same for a function, null being the empty one, and its argument. `Volumes` is a vector of strings, or
+ * strings in braces.
+ */
 template <typename Volumes = std::vector<std::string>>
 bool VESKSystemdVolumeUnmountAction(const Volumes& vecVolumes, bool (*action)(void*), void* pArg)
 {
-    return _VESKSystemdVolumeUnmountAction(vecVolumes, [action, pArg] { return action(pArg); });
+    std::function<bool()> bound;
+    if (action != nullptr) {
+        bound = [action, pArg] { return action(pArg); };
+    }
+    return _VESKSystemdVolumeUnmountAction(vecVolumes, std::move(bound));
 }
 
 /* ---- Targets ------------------------------------------------------------------------------------------- */
