@@ -28,8 +28,8 @@ namespace
 
 constexpr int kFirstDescriptor = STDERR_FILENO + 1;
 constexpr int kRounds = 240;
-/** Twice what the rounds take. */
-constexpr unsigned kMostSeconds = 240;
+/** Many times what a round takes, on a busy machine too. */
+constexpr unsigned kMostSecondsOfARound = 60;
 
 /** A process that may end, and may then stay unreaped for long. */
 class WatchedProcess
@@ -97,17 +97,16 @@ void CloseOtherDescriptors(int fdKept)
 }
 
 /**
- * Lets the child not outlive its time, and keep the lock, should it hang. It might in the first line that it
+ * Lets an alarm end the child, which would keep the lock, should it hang. It might in the first line that it
  * logs, if another thread of the parent was inside syslog when it forked.
  */
-void EndAfter(unsigned uSeconds)
+void AlarmAllow()
 {
     signal(SIGALRM, SIG_DFL);
     sigset_t alarmSignal;
     sigemptyset(&alarmSignal);
     sigaddset(&alarmSignal, SIGALRM);
     sigprocmask(SIG_UNBLOCK, &alarmSignal, nullptr);
-    alarm(uSeconds);
 }
 
 bool IsIsolating(pid_t nParent)
@@ -127,10 +126,11 @@ bool HasFinished()
 
 bool IsolateMonitorWait(pid_t nParent)
 {
-    EndAfter(kMostSeconds);
+    AlarmAllow();
     const WatchedProcess parent(nParent);
     CloseOtherDescriptors(parent.Descriptor());
     for (int nRound = 0; nRound < kRounds; ++nRound) {
+        alarm(kMostSecondsOfARound);
         if (IsIsolating(nParent) || HasFinished() || parent.HasDied()) {
             return true;
         }
