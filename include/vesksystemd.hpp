@@ -324,6 +324,12 @@ struct IsolateOptions {
 class VESK_API StatusMonitor
 {
 public:
+    StatusMonitor() = default;
+    /** Releases the lock, so that no child that was forked meanwhile keeps the script running. */
+    ~StatusMonitor();
+    StatusMonitor(const StatusMonitor&) = delete;
+    StatusMonitor& operator=(const StatusMonitor&) = delete;
+
     /** Starts the script in a child. Waits for up to 10 seconds for the lock that keeps the script running.
      */
     bool Start();
@@ -392,9 +398,9 @@ public:
     std::set<Process> ProcessesGet() const;
 
     /**
-     * Adds samples of the processes of a slice and of the units in it, not of those in slices in it. Those that
-     * end meanwhile are left out; false, with nothing added, when another cannot be sampled, and when the slice
-     * is not there.
+     * Adds samples of the processes of a slice and of the groups right below it, and of no deeper ones. Those
+     * that end meanwhile are left out; false, with nothing added, when another cannot be sampled, and when the
+     * slice is not there.
      */
     static bool ProcessList(const std::string& strSlice, std::set<Process>& setProcesses);
 

@@ -1,5 +1,7 @@
 #include "vesksystemd.hpp"
 
+#include <unistd.h>
+
 #include "core/log.hpp"
 
 namespace VESK::Systemd
@@ -14,6 +16,10 @@ constexpr const char* kScript = "/usr/vesk/lib/systemd/scripts/vesk-systemd-stat
 
 void RunScript()
 {
+    // The caller's folder may be on a volume that the caller is about to unmount.
+    if (chdir("/") != 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to leave the caller's folder: [%m]", VESK_HERE);
+    }
     Executor executor;
     const int nCode = executor.Execute(kScript, {}).value_or(-1);
     if (nCode != 0) {
@@ -23,6 +29,13 @@ void RunScript()
 }
 
 } // namespace
+
+StatusMonitor::~StatusMonitor()
+{
+    if (m_pExitLock != nullptr) {
+        m_pExitLock->Release();
+    }
+}
 
 bool StatusMonitor::Start()
 {

@@ -214,6 +214,7 @@ bool VESKSystemdIntIsolateTarget(const std::string& strTarget, const IsolateOpti
     try {
         const Texts vecOptions = options.noBlock ? Texts{"--no-block"} : Texts{};
         FileLock lock(kIsolateLock, true, 600);
+        const LockRelease release(lock);
         if (!lock.Acquire()) {
             lock.LogLockFailed(strTarget);
             return false;
@@ -243,11 +244,11 @@ bool VESKSystemdIsolateTarget(const std::string& strTarget, const IsolateOptions
                               VESK_SYSTEMD_ISOLATE_WAIT_STOP_RESULT* pResult)
 {
     SystemOperationLock lock;
+    const LockRelease release(lock);
     if (!lock.Acquire()) {
         lock.LogLockFailed(strTarget);
         return false;
     }
-    const LockRelease release(lock);
     return VESKSystemdIntIsolateTarget(strTarget, options, pResult);
 }
 

@@ -37,11 +37,11 @@ bool _VESKSystemdIsolateTargetAction(const std::string& strTarget, std::function
         return false;
     }
     SystemOperationLock lock;
+    const LockRelease release(lock);
     if (!lock.Acquire()) {
         lock.LogLockFailed(strTarget);
         return false;
     }
-    const LockRelease release(lock);
     if (!VESKSystemdIntIsolateTarget(strTarget, nullptr) || !RunIsolated(action)) {
         IsolateBack();
         return false;

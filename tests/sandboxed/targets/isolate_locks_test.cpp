@@ -5,6 +5,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <memory>
+#include <sys/mman.h>
 #include <sys/time.h>
 #include <unistd.h>
 
@@ -31,6 +32,14 @@ constexpr const char* kQueueGoOn = "/tmp/queue-go-on";
 // Whether alarm() counts in milliseconds, for children as well.
 bool alarmIsEarly = false;
 
+// The calls of alarm(), those of forked children included.
+int& Alarms()
+{
+    static int* const count = static_cast<int*>(
+        mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    return *count;
+}
+
 const LockRequest kOperation{kOperationLock, true, 120};
 const LockRequest kIsolate{kIsolateLock, true, 600};
 const LockRequest kExit{kExitLock, false, 10};
@@ -41,6 +50,7 @@ class IsolateLocks : public IsolateTest
 protected:
     IsolateLocks()
     {
+        Alarms() = 0;
         RemoveAll(kReading);
         RemoveAll(kQueueGoOn);
     }
@@ -92,6 +102,16 @@ protected:
     {
         return Eventually(
             [] { return IsLockFree(kOperationLock) && IsLockFree(kIsolateLock) && IsLockFree(kExitLock); });
+    }
+
+    // Nor does the child, which has their descriptors and lives on, hold one of them.
+    static void ExpectAllLocksFreeThough(OtherProcess& child)
+    {
+        EXPECT_TRUE(IsLockFree(kOperationLock));
+        EXPECT_TRUE(IsLockFree(kIsolateLock));
+        EXPECT_TRUE(IsLockFree(kExitLock));
+        child.Kill();
+        EXPECT_EQ(child.Wait(), Signalled(SIGKILL));
     }
 
     static void ExpectNothingLeft(int step)
@@ -285,6 +305,7 @@ TEST_F(IsolateLocks, AreGivenUpByTheChildAfterTwoMinutes)
     EXPECT_TRUE(Eventually([] { return IsLockFree(kIsolateLock); }, std::chrono::seconds(120)));
 
     EXPECT_EQ(spy.HalfSeconds(), 240);
+    EXPECT_EQ(Alarms(), 240) << "a round that is slow is none that hangs";
     EXPECT_FALSE(IsLockFreeToShare(kOperationLock));
     LetFirstReadingGo();
     EXPECT_EQ(isolation.Wait(), Exited(0));
@@ -390,11 +411,17 @@ TEST_F(IsolateLocks, AreLeftToNoChildOfAnotherThreadThatLivesOn)
     std::unique_ptr<OtherProcess> child;
     spy.OnFork([&](int) { child = std::make_unique<OtherProcess>(&pause); });
     EXPECT_TRUE(VESKSystemdIsolateTarget("foo.target", nullptr));
-    ASSERT_NE(child, nullptr);
-    EXPECT_TRUE(IsLockFree(kOperationLock));
-    EXPECT_TRUE(IsLockFree(kIsolateLock));
-    child->Kill();
-    EXPECT_EQ(child->Wait(), Signalled(SIGKILL));
+    EXPECT_EQ(spy.Forks(), 2);
+    ExpectAllLocksFreeThough(*child);
+}
+
+TEST_F(IsolateLocks, AreLeftToNoSuchChildWhenTheIsolationFailsEarly)
+{
+    std::unique_ptr<OtherProcess> child;
+    spy.OnFork([&](int) { child = std::make_unique<OtherProcess>(&pause); });
+    spy.FailFork(2);
+    EXPECT_FALSE(VESKSystemdIsolateTarget("foo.target", nullptr));
+    ExpectAllLocksFreeThough(*child);
 }
 
 TEST_F(IsolateLocks, KeepNoDescriptorOpenInTheCaller)
@@ -419,6 +446,7 @@ TEST_F(IsolateLocks, HaveTheChildEndWhenTheIsolationIsOverBeforeItLooked)
 
 extern "C" [[gnu::visibility("default")]] unsigned alarm(unsigned seconds)
 {
+    ++VeskTest::Alarms();
     const auto count = static_cast<time_t>(seconds);
     const auto microseconds = static_cast<suseconds_t>(seconds) * 1000;
     const itimerval timer =

@@ -1,5 +1,8 @@
 // The status monitor: its lock and its child, with a script that the test stands in for.
 
+#include <unistd.h>
+
+#include "descriptor.hpp"
 #include "isolate_ground.hpp"
 
 namespace VeskTest
@@ -66,6 +69,23 @@ TEST_F(Monitor, RunsItsScriptWithoutArgumentsInAChildThatHoldsNothing)
     WriteText("/tmp/go-on", "");
     EXPECT_TRUE(AwaitChildrenGone());
     EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+TEST_F(Monitor, LeavesTheFolderOfItsCaller)
+{
+    script.OnAny().WaitForFile("/tmp/go-on");
+    ASSERT_EQ(chdir("/tmp"), 0);
+    StatusMonitor monitor;
+    EXPECT_TRUE(monitor.Start());
+    ASSERT_TRUE(Eventually([this] { return script.Calls().size() == 1; }));
+
+    EXPECT_EQ(script.Calls().front().folder, "/");
+    for (const pid_t child : OtherProcessesOfThisProgram()) {
+        EXPECT_EQ(VeskGround::ReadLink("/proc/" + std::to_string(child) + "/cwd"), "/");
+    }
+    EXPECT_EQ(VeskGround::ReadLink("/proc/self/cwd"), "/tmp");
+    WriteText("/tmp/go-on", "");
+    EXPECT_TRUE(AwaitChildrenGone());
 }
 
 TEST_F(Monitor, DoesNotWaitForItsScript)

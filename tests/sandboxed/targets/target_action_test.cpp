@@ -3,6 +3,7 @@
 #include <csignal>
 #include <memory>
 #include <stdexcept>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "isolate_ground.hpp"
@@ -95,9 +96,27 @@ TEST_F(TargetAction, LeavesNoLockToAChildThatLivesOn)
         return true;
     }));
     EXPECT_TRUE(IsLockFree(kOperationLock));
-    EXPECT_TRUE(IsLockFree(kIsolateLock));
     child->Kill();
     EXPECT_EQ(child->Wait(), Signalled(SIGKILL));
+}
+
+TEST_F(TargetAction, KeepsItsLockWhenAChildOfItReturnsIntoTheOperation)
+{
+    pid_t child = -1;
+    bool isFree = true;
+    EXPECT_TRUE(_VESKSystemdIsolateTargetAction("foo.target", [&] {
+        child = fork();
+        if (child > 0) {
+            waitpid(child, nullptr, 0);
+            isFree = IsLockFreeToShare(kOperationLock);
+        }
+        return true;
+    }));
+    if (child == 0) {
+        _exit(0);
+    }
+    ASSERT_GT(child, 0);
+    EXPECT_FALSE(isFree);
 }
 
 TEST_F(TargetAction, IsNeverCalledWhileAnotherOperationRuns)

@@ -3,6 +3,7 @@
 #include <csignal>
 #include <memory>
 #include <stdexcept>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "c_list.hpp"
@@ -145,8 +146,36 @@ TEST_F(UnmountTest, LeavesNoLockToAChildOfTheActionThatLivesOn)
     }));
     EXPECT_TRUE(IsLockFree(kActionLock));
     EXPECT_TRUE(IsLockFree(kIsolateLock));
+    EXPECT_TRUE(IsLockFree(kExitLock));
     child->Kill();
     EXPECT_EQ(child->Wait(), Signalled(SIGKILL));
+}
+
+TEST_F(UnmountTest, KeepsItsLocksWhenAChildOfTheActionReturnsIntoTheOperation)
+{
+    AddDependent("a.service");
+    pid_t child = -1;
+    std::vector<bool> seen;
+    EXPECT_TRUE(_VESKSystemdVolumeUnmountAction({kVolume}, [&] {
+        child = fork();
+        if (child > 0) {
+            waitpid(child, nullptr, 0);
+            seen = {IsLockFreeToShare(kActionLock), IsLockFree(kIsolateLock)};
+        }
+        return true;
+    }));
+    if (child == 0) {
+        _exit(0);
+    }
+    ASSERT_GT(child, 0);
+    EXPECT_THAT(seen, ElementsAre(false, false));
+}
+
+TEST_F(UnmountTest, StartsTheServicesAgainWhenThereIsNoAction)
+{
+    AddDependent("a.service");
+    EXPECT_THROW(VESKSystemdVolumeUnmountAction({kVolume}, nullptr, nullptr), std::bad_function_call);
+    EXPECT_THAT(Steps(), ElementsAre(kReload, kStartBegin, kStartEnd));
 }
 
 TEST_F(UnmountTest, FailsAtTheFirstLockThatItCannotTake)
