@@ -145,6 +145,17 @@ protected:
             GTEST_SKIP() << "this kernel does not tell how a reaped child ended";
         }
     }
+
+    // The stream of a child that has exited with 5 and was reaped.
+    static FILE* EndedChild()
+    {
+        FILE* stream = OpenProgram({"/bin/sh", "-c", "exit 5"});
+        EXPECT_TRUE(Eventually([] {
+            const Children children = ListChildren();
+            return children.running.empty() && children.zombies.empty();
+        }));
+        return stream;
+    }
 };
 
 void SetHandler(void (*handler)(int), int flags)
@@ -194,12 +205,8 @@ TEST_P(ReapedChildStatus, IsStillTheRightOne)
 TEST_P(ReapedChildStatus, IsThereForAChildThatEndedLongAgo)
 {
     GetParam()();
-    FILE* stream = OpenProgram({"/bin/sh", "-c", "exit 5"});
+    FILE* stream = EndedChild();
     ASSERT_NE(stream, nullptr);
-    EXPECT_TRUE(Eventually([] {
-        const Children children = ListChildren();
-        return children.running.empty() && children.zombies.empty();
-    }));
     EXPECT_EQ(VLIBCPclose(stream), ExitStatus(5));
     SetHandler(SIG_DFL, 0);
 }
@@ -207,12 +214,8 @@ TEST_P(ReapedChildStatus, IsThereForAChildThatEndedLongAgo)
 TEST_P(ReapedChildStatus, IsTheRightOneThoughItIsReapedWhileTheKernelIsAsked)
 {
     GetParam()();
-    FILE* stream = OpenProgram({"/bin/sh", "-c", "exit 5"});
+    FILE* stream = EndedChild();
     ASSERT_NE(stream, nullptr);
-    ASSERT_TRUE(Eventually([] {
-        const Children children = ListChildren();
-        return children.running.empty() && children.zombies.empty();
-    }));
     unknownTimes = 1;
     EXPECT_EQ(VLIBCPclose(stream), ExitStatus(5));
     EXPECT_EQ(unknownTimes, 0);
