@@ -4,12 +4,14 @@
 
 #include <veskcore.h>
 
+#include "core/text.hpp"
+
 namespace VESK::Systemd
 {
 namespace
 {
 
-FILE* Start(const std::string& strPath, const char* szMode, const std::vector<std::string>& vecCommand)
+FILE* Start(const std::string& strPath, const char* szMode, const Texts& vecCommand)
 {
     std::vector<char*> vecArguments;
     vecArguments.reserve(vecCommand.size() + 1);
@@ -23,8 +25,7 @@ FILE* Start(const std::string& strPath, const char* szMode, const std::vector<st
 
 } // namespace
 
-ChildStream::ChildStream(const std::string& strPath, const char* szMode,
-                         const std::vector<std::string>& vecCommand)
+ChildStream::ChildStream(const std::string& strPath, const char* szMode, const Texts& vecCommand)
     : m_pStream(Start(strPath, szMode, vecCommand))
 {
 }

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "core/text.hpp"
+
 namespace VESK::Systemd
 {
 
@@ -13,7 +15,7 @@ class ChildStream
 public:
     /** Starts `strPath` with `vecCommand`, whose first element is argv[0]. `szMode` is that of VLIBCPopenv.
      */
-    ChildStream(const std::string& strPath, const char* szMode, const std::vector<std::string>& vecCommand);
+    ChildStream(const std::string& strPath, const char* szMode, const Texts& vecCommand);
     ~ChildStream();
     ChildStream(const ChildStream&) = delete;
     ChildStream& operator=(const ChildStream&) = delete;

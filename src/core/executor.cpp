@@ -10,17 +10,16 @@ namespace VESK::Systemd
 namespace
 {
 
-std::vector<std::string> CommandOf(const std::string& strPath, const std::vector<std::string>& vecArguments)
+Texts CommandOf(const std::string& strPath, const Texts& vecArguments)
 {
-    std::vector<std::string> vecCommand{strPath};
+    Texts vecCommand{strPath};
     vecCommand.insert(vecCommand.end(), vecArguments.begin(), vecArguments.end());
     return vecCommand;
 }
 
 } // namespace
 
-boost::optional<int> Executor::Execute(const std::string& strPath,
-                                       const std::vector<std::string>& vecArguments)
+boost::optional<int> Executor::Execute(const std::string& strPath, const Texts& vecArguments)
 {
     if (strPath.empty()) {
         VESK_LOG(LOG_ERR, "%s:%d Bad executable path", VESK_HERE);

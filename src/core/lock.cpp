@@ -103,7 +103,7 @@ void FileLock::LogLockFailed(std::string strWhat)
              strWhat.c_str(), m_strPath.c_str());
 }
 
-void FileLock::LogLockFailed(std::vector<std::string> vecWhat)
+void FileLock::LogLockFailed(Texts vecWhat)
 {
     LogLockFailed(Joined(vecWhat, " "));
 }

@@ -19,6 +19,8 @@
 #include "core/text.hpp"
 #include "core/unit_types.hpp"
 
+using namespace VESK::Systemd;
+
 namespace VESK::Systemd
 {
 namespace
@@ -118,9 +120,9 @@ std::optional<std::string> FailedUnitIn(const std::string& strLine)
     return std::nullopt;
 }
 
-std::vector<std::string> DisplayNamesGet(const std::vector<std::string>& vecUnits)
+Texts DisplayNamesGet(const Texts& vecUnits)
 {
-    std::vector<std::string> vecNames;
+    Texts vecNames;
     for (const std::string& strUnit : vecUnits) {
         std::string strName;
         if (VESKSystemdNameGet(strUnit, strName)) {
@@ -130,9 +132,9 @@ std::vector<std::string> DisplayNamesGet(const std::vector<std::string>& vecUnit
     return vecNames;
 }
 
-void LogEvent(int nCode, const std::vector<std::string>& vecUnits)
+void LogEvent(int nCode, const Texts& vecUnits)
 {
-    const std::vector<std::string> vecNames = DisplayNamesGet(vecUnits);
+    const Texts vecNames = DisplayNamesGet(vecUnits);
     if (vecNames.empty()) {
         return;
     }
@@ -294,7 +296,7 @@ bool IsEnableStatusChanged(const std::string& strName)
     return VLIBCFileExist(EnableStatusChangedMark(strName).c_str()) != 0;
 }
 
-bool Split(const std::string& strText, std::vector<std::string>& vecOut, const std::string& strDelimiters)
+bool Split(const std::string& strText, Texts& vecOut, const std::string& strDelimiters)
 {
     try {
         const std::string strTrimmed = Trimmed(strText);
@@ -308,8 +310,7 @@ bool Split(const std::string& strText, std::vector<std::string>& vecOut, const s
     }
 }
 
-void FailedUnitsGet(const std::vector<std::string>& vecUnits, const std::vector<std::string>& vecLines,
-                    std::vector<std::string>& vecFailed)
+void FailedUnitsGet(const Texts& vecUnits, const Texts& vecLines, Texts& vecFailed)
 {
     std::map<std::string, std::string> mapCallersNames;
     for (const std::string& strUnit : vecUnits) {
@@ -329,7 +330,7 @@ void FailedUnitsGet(const std::vector<std::string>& vecUnits, const std::vector<
     }
 }
 
-void FailedUnitsCopy(const std::vector<std::string>& vecUnits, std::vector<std::string>& vecFailed)
+void FailedUnitsCopy(const Texts& vecUnits, Texts& vecFailed)
 {
     // By index and with the size at the start: both may be one list.
     for (size_t i = 0, cUnits = vecUnits.size(); i < cUnits; ++i) {
@@ -339,7 +340,7 @@ void FailedUnitsCopy(const std::vector<std::string>& vecUnits, std::vector<std::
 
 bool JobInfoParse(const std::string& strLine, JobInfo& info)
 {
-    std::vector<std::string> vecFields;
+    Texts vecFields;
     if (!Split(strLine, vecFields, " ") || vecFields.size() != 4) {
         return false;
     }
@@ -398,8 +399,8 @@ bool AddUnitSection(const std::string& strDirectory, const std::string& strFile,
     return true;
 }
 
-bool UnlinkReasons(const std::string& strReason, const std::vector<std::string>& vecServices,
-                   std::vector<std::string>& vecCleared, std::vector<std::string>& vecFailed)
+bool UnlinkReasons(const std::string& strReason, const Texts& vecServices, Texts& vecCleared,
+                   Texts& vecFailed)
 {
     bool blResult = true;
     for (const std::string& strService : vecServices) {
@@ -419,7 +420,7 @@ bool CheckServiceHasReason(const std::string& strService)
     return GlobResult().Add(ReasonFolder(strService), "/*") != GLOB_NOMATCH;
 }
 
-bool ListServicesWithReason(std::vector<std::string>& vecServices)
+bool ListServicesWithReason(Texts& vecServices)
 {
     Directory directory(kReasonsDirectory);
     if (directory.Error() == ENOENT) {
@@ -455,17 +456,16 @@ bool LinkVeskReason(const std::string& strDirectory, const std::string& strSourc
 
 } // namespace VESK::Systemd
 
-void VESKSystemdLogAction(int nAction, bool blSuccess, const std::vector<std::string>& vecUnits,
-                          const std::vector<std::string>& vecFailed)
+void VESKSystemdLogAction(int nAction, bool blSuccess, const Texts& vecUnits, const Texts& vecFailed)
 {
     // A unit without a file or an event log that fails is not why the action failed.
-    const VESK::Systemd::ErrorRecordKeeper keeper;
-    std::vector<std::string> vecSucceeded;
+    const ErrorRecordKeeper keeper;
+    Texts vecSucceeded;
     for (const std::string& strUnit : vecUnits) {
         if (blSuccess || std::find(vecFailed.begin(), vecFailed.end(), strUnit) == vecFailed.end()) {
             vecSucceeded.push_back(strUnit);
         }
     }
-    VESK::Systemd::LogEvent(nAction, vecSucceeded);
-    VESK::Systemd::LogEvent(nAction | 0x10, vecFailed);
+    LogEvent(nAction, vecSucceeded);
+    LogEvent(nAction | 0x10, vecFailed);
 }

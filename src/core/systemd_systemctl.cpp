@@ -14,15 +14,9 @@
 #include "core/log.hpp"
 #include "core/text.hpp"
 
-using VESK::Systemd::BeforeZero;
-using VESK::Systemd::ChildStream;
-using VESK::Systemd::JobInfo;
-using VESK::Systemd::JobType;
-using VESK::Systemd::Joined;
-using VESK::Systemd::LineReader;
-using VESK::Systemd::SystemctlOpts;
+using namespace VESK::Systemd;
 
-using Callback = std::function<bool(int, const std::vector<std::string>&)>;
+using Callback = std::function<bool(int, const Texts&)>;
 
 namespace VESK::Systemd
 {
@@ -64,7 +58,7 @@ CommandOptionsImp* CommandOptions::GetImp() const
     return m_pImp.get();
 }
 
-void GetEnableDisableOptions(const CommandOptions& options, std::vector<std::string>& vecOut)
+void GetEnableDisableOptions(const CommandOptions& options, Texts& vecOut)
 {
     const CommandOptionsImp* pImp = options.GetImp();
     if (pImp == nullptr) {
@@ -78,7 +72,7 @@ void GetEnableDisableOptions(const CommandOptions& options, std::vector<std::str
     }
 }
 
-SystemctlOptsBuilder& SystemctlOptsBuilder::SetCmdOpts(const std::vector<std::string>* pCmdOpts)
+SystemctlOptsBuilder& SystemctlOptsBuilder::SetCmdOpts(const Texts* pCmdOpts)
 {
     m_opts.pCmdOpts = pCmdOpts;
     return *this;
@@ -150,7 +144,7 @@ bool IsConflict(Policy policy, JobType type)
     return false;
 }
 
-Verdict ServiceControlVerdict(const std::string& strVerb, const std::vector<std::string>& vecUnits)
+Verdict ServiceControlVerdict(const std::string& strVerb, const Texts& vecUnits)
 {
     const std::optional<Policy> policy = PolicyGet(strVerb);
     if (!policy || !IsPolicyInForce()) {
@@ -187,9 +181,9 @@ bool IsGoingToStop(const std::string& strUnit)
     return true;
 }
 
-std::vector<std::string> UnitsThatStay(const std::vector<std::string>& vecUnits)
+Texts UnitsThatStay(const Texts& vecUnits)
 {
-    std::vector<std::string> vecStaying;
+    Texts vecStaying;
     for (const std::string& strUnit : vecUnits) {
         if (!IsGoingToStop(strUnit)) {
             vecStaying.push_back(strUnit);
@@ -198,13 +192,13 @@ std::vector<std::string> UnitsThatStay(const std::vector<std::string>& vecUnits)
     return vecStaying;
 }
 
-std::string CommandLine(const std::vector<std::string>& vecCommand)
+std::string CommandLine(const Texts& vecCommand)
 {
     return Joined(vecCommand, " ");
 }
 
 /** Runs the command to its end; the exit code. */
-int Run(const std::vector<std::string>& vecCommand, std::vector<std::string>& vecLines)
+int Run(const Texts& vecCommand, Texts& vecLines)
 {
     ChildStream child(kSystemctl, "rB", vecCommand);
     if (child.Get() == nullptr) {
@@ -219,7 +213,7 @@ int Run(const std::vector<std::string>& vecCommand, std::vector<std::string>& ve
     return (child.Close() >> 8) & 0xFF;
 }
 
-int RunMeasured(const std::vector<std::string>& vecCommand, std::vector<std::string>& vecLines)
+int RunMeasured(const Texts& vecCommand, Texts& vecLines)
 {
     const auto begin = std::chrono::steady_clock::now();
     const int nExitCode = Run(vecCommand, vecLines);
@@ -230,7 +224,7 @@ int RunMeasured(const std::vector<std::string>& vecCommand, std::vector<std::str
 }
 
 /** Appends the arguments as the program gets them, so that no more is logged of them. */
-void Append(std::vector<std::string>& vecTo, const std::vector<std::string>& vecFrom)
+void Append(Texts& vecTo, const Texts& vecFrom)
 {
     for (const std::string& strText : vecFrom) {
         vecTo.push_back(BeforeZero(strText));
@@ -239,10 +233,10 @@ void Append(std::vector<std::string>& vecTo, const std::vector<std::string>& vec
 
 } // namespace
 
-bool VESKSystemdSystemctlUltron(const std::string& strVerb, const SystemctlOpts& opts,
-                                const std::vector<std::string>& vecUnits, Callback&& callback)
+bool VESKSystemdSystemctlUltron(const std::string& strVerb, const SystemctlOpts& opts, const Texts& vecUnits,
+                                Callback&& callback)
 {
-    std::vector<std::string> vecCommand{kSystemctl, BeforeZero(strVerb)};
+    Texts vecCommand{kSystemctl, BeforeZero(strVerb)};
     if (!opts.blForceSystem && getuid() != 0) {
         vecCommand.emplace_back("--user");
         VESKSystemdPutEnvByPAMSystemd();
@@ -255,7 +249,7 @@ bool VESKSystemdSystemctlUltron(const std::string& strVerb, const SystemctlOpts&
         vecCommand.emplace_back("--no-block");
     }
     if (PassesOverStoppingUnits(strVerb)) {
-        const std::vector<std::string> vecStaying = UnitsThatStay(vecUnits);
+        const Texts vecStaying = UnitsThatStay(vecUnits);
         if (vecStaying.empty()) {
             return callback(0, {});
         }
@@ -268,21 +262,20 @@ bool VESKSystemdSystemctlUltron(const std::string& strVerb, const SystemctlOpts&
                  CommandLine(vecCommand).c_str());
         throw std::exception();
     }
-    std::vector<std::string> vecLines;
+    Texts vecLines;
     const int nExitCode = opts.blCalRunTime ? RunMeasured(vecCommand, vecLines) : Run(vecCommand, vecLines);
     return callback(nExitCode, vecLines);
 }
 
-bool VESKSystemdSystemctl(const std::string& strVerb, const std::vector<std::string>& vecCommandOptions,
-                          const std::vector<std::string>& vecUnits, Callback&& callback)
+bool VESKSystemdSystemctl(const std::string& strVerb, const Texts& vecCommandOptions, const Texts& vecUnits,
+                          Callback&& callback)
 {
     SystemctlOpts opts;
     opts.pCmdOpts = &vecCommandOptions;
     return VESKSystemdSystemctlUltron(strVerb, opts, vecUnits, std::move(callback));
 }
 
-bool VESKSystemdSystemctl(const std::string& strVerb, const std::vector<std::string>& vecUnits,
-                          Callback&& callback)
+bool VESKSystemdSystemctl(const std::string& strVerb, const Texts& vecUnits, Callback&& callback)
 {
     return VESKSystemdSystemctlUltron(strVerb, SystemctlOpts(), vecUnits, std::move(callback));
 }

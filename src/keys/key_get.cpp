@@ -2,6 +2,8 @@
 
 #include "vesksystemd.hpp"
 
+#include "core/text.hpp"
+
 namespace VESK::Systemd
 {
 
@@ -25,7 +27,7 @@ bool FlagKeyGet(const std::string& strUnit, const char* szKey, bool& blValue)
     }
 }
 
-bool ListKeyGet(const std::string& strUnit, const char* szKey, std::vector<std::string>& vecItems)
+bool ListKeyGet(const std::string& strUnit, const char* szKey, Texts& vecItems)
 {
     try {
         return Split(XVesklineKeyGet(strUnit, szKey), vecItems, " ");
@@ -34,9 +36,9 @@ bool ListKeyGet(const std::string& strUnit, const char* szKey, std::vector<std::
     }
 }
 
-bool TargetsKeyGet(const std::string& strUnit, const char* szKey, std::vector<std::string>& vecTargets)
+bool TargetsKeyGet(const std::string& strUnit, const char* szKey, Texts& vecTargets)
 {
-    std::vector<std::string> vecItems;
+    Texts vecItems;
     if (!ListKeyGet(strUnit, szKey, vecItems)) {
         return false;
     }

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "core/text.hpp"
+
 namespace VESK::Systemd
 {
 
@@ -15,9 +17,9 @@ bool TextKeyGet(const std::string& strUnit, const char* szKey, std::string& strV
 bool FlagKeyGet(const std::string& strUnit, const char* szKey, bool& blValue);
 
 /** Items between single spaces, which replace the vector's unless the value is blank. */
-bool ListKeyGet(const std::string& strUnit, const char* szKey, std::vector<std::string>& vecItems);
+bool ListKeyGet(const std::string& strUnit, const char* szKey, Texts& vecItems);
 
 /** The same, but appends, and only the items that are targets. */
-bool TargetsKeyGet(const std::string& strUnit, const char* szKey, std::vector<std::string>& vecTargets);
+bool TargetsKeyGet(const std::string& strUnit, const char* szKey, Texts& vecTargets);
 
 } // namespace VESK::Systemd

@@ -1,9 +1,12 @@
 #include "vesksystemd.hpp"
 
 #include "core/log.hpp"
+#include "core/text.hpp"
 #include "keys/key_get.hpp"
 
-bool VESKSystemdBelongsToGet(const std::string& strUnit, std::vector<std::string>& vecTargets)
+using namespace VESK::Systemd;
+
+bool VESKSystemdBelongsToGet(const std::string& strUnit, Texts& vecTargets)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && VESK::Systemd::TargetsKeyGet(strUnit, "BelongsTo", vecTargets);
+    return VESK_ARGUMENT(!strUnit.empty()) && TargetsKeyGet(strUnit, "BelongsTo", vecTargets);
 }

@@ -2,15 +2,14 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/text.hpp"
 #include "keys/key_get.hpp"
 
-using VESK::Systemd::CForm;
-using VESK::Systemd::ListForm;
+using namespace VESK::Systemd;
 
-bool VESKSystemdFirewallSectionsGet(const std::string& strUnit, std::vector<std::string>& vecSections)
+bool VESKSystemdFirewallSectionsGet(const std::string& strUnit, Texts& vecSections)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) &&
-           VESK::Systemd::ListKeyGet(strUnit, "FirewallSections", vecSections);
+    return VESK_ARGUMENT(!strUnit.empty()) && ListKeyGet(strUnit, "FirewallSections", vecSections);
 }
 
 int VESKCSystemdFirewallSectionsGet(const char* szUnit, VLIBCSzList** ppFirewallSections)
@@ -18,8 +17,7 @@ int VESKCSystemdFirewallSectionsGet(const char* szUnit, VLIBCSzList** ppFirewall
     return CForm([&] {
         return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != ppFirewallSections) &&
                VESK_ARGUMENT(nullptr != *ppFirewallSections) &&
-               ListForm(ppFirewallSections, [&](VESK::Systemd::Texts& vecTexts) {
-                   return VESKSystemdFirewallSectionsGet(szUnit, vecTexts);
-               });
+               ListForm(ppFirewallSections,
+                        [&](Texts& vecTexts) { return VESKSystemdFirewallSectionsGet(szUnit, vecTexts); });
     });
 }

@@ -2,9 +2,9 @@
 
 #include "core/log.hpp"
 
-using VESK::Systemd::XVesklineKeyGet;
+using namespace VESK::Systemd;
 
-bool VESKSystemdIconGet(std::string strUnit, VESK::Systemd::Icon& icon)
+bool VESKSystemdIconGet(std::string strUnit, Icon& icon)
 {
     if (!VESK_ARGUMENT(!strUnit.empty())) {
         return false;

@@ -4,15 +4,16 @@
 #include "core/log.hpp"
 #include "keys/key_get.hpp"
 
+using namespace VESK::Systemd;
+
 bool VESKSystemdInfoCenterDisplayGet(const std::string& strUnit, bool& blDisplay)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) &&
-           VESK::Systemd::FlagKeyGet(strUnit, "InfoCenterDisplay", blDisplay);
+    return VESK_ARGUMENT(!strUnit.empty()) && FlagKeyGet(strUnit, "InfoCenterDisplay", blDisplay);
 }
 
 int VESKCSystemdInfoCenterDislayGet(const char* szUnit, bool* pblDisplay)
 {
-    return VESK::Systemd::CForm([&] {
+    return CForm([&] {
         return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != pblDisplay) &&
                VESKSystemdInfoCenterDisplayGet(szUnit, *pblDisplay);
     });

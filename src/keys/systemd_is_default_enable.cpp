@@ -4,15 +4,16 @@
 #include "core/log.hpp"
 #include "keys/key_get.hpp"
 
+using namespace VESK::Systemd;
+
 bool VESKSystemdIsDefaultEnableGet(const std::string& strUnit, bool& blDefaultEnable)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) &&
-           VESK::Systemd::FlagKeyGet(strUnit, "DefaultEnable", blDefaultEnable);
+    return VESK_ARGUMENT(!strUnit.empty()) && FlagKeyGet(strUnit, "DefaultEnable", blDefaultEnable);
 }
 
 int VESKCSystemdIsDefaultEnableGet(const char* szUnit, bool* pblDefaultEnable)
 {
-    return VESK::Systemd::CForm([&] {
+    return CForm([&] {
         return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != pblDefaultEnable) &&
                VESKSystemdIsDefaultEnableGet(szUnit, *pblDefaultEnable);
     });

@@ -3,13 +3,15 @@
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
 
+using namespace VESK::Systemd;
+
 bool VESKSystemdIsSupportGet(const std::string& strUnit, bool& blSupport)
 {
     if (!VESK_ARGUMENT(!strUnit.empty())) {
         return false;
     }
     try {
-        const std::string strFeature = VESK::Systemd::XVesklineKeyGet(strUnit, "SupportKey");
+        const std::string strFeature = XVesklineKeyGet(strUnit, "SupportKey");
         blSupport = strFeature.empty() || VLIBCSupportGet(strFeature.c_str()) != 0;
         return true;
     } catch (const std::exception&) {
@@ -19,7 +21,7 @@ bool VESKSystemdIsSupportGet(const std::string& strUnit, bool& blSupport)
 
 int VESKCSystemdIsSupportGet(const char* szUnit, bool* pblSupport)
 {
-    return VESK::Systemd::CForm([&] {
+    return CForm([&] {
         return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != pblSupport) &&
                VESKSystemdIsSupportGet(szUnit, *pblSupport);
     });

@@ -4,17 +4,19 @@
 #include "core/log.hpp"
 #include "keys/key_get.hpp"
 
+using namespace VESK::Systemd;
+
 bool VESKSystemdNameGet(const std::string& strUnit, std::string& strName)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && VESK::Systemd::TextKeyGet(strUnit, "Name", strName);
+    return VESK_ARGUMENT(!strUnit.empty()) && TextKeyGet(strUnit, "Name", strName);
 }
 
 int VESKCSystemdNameGet(const char* szUnit, char* szName, size_t cbName)
 {
-    return VESK::Systemd::CForm([&] {
+    return CForm([&] {
         std::string strName;
         return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != szName) &&
                VESK_ARGUMENT(0 < cbName) && VESKSystemdNameGet(szUnit, strName) &&
-               VESK::Systemd::TextCopy(VESK_HERE, strName, szName, cbName);
+               TextCopy(VESK_HERE, strName, szName, cbName);
     });
 }

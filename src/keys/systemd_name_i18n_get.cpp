@@ -4,17 +4,19 @@
 #include "core/log.hpp"
 #include "keys/key_get.hpp"
 
+using namespace VESK::Systemd;
+
 bool VESKSystemdNameI18nGet(const std::string& strUnit, std::string& strNameI18n)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && VESK::Systemd::TextKeyGet(strUnit, "NameI18n", strNameI18n);
+    return VESK_ARGUMENT(!strUnit.empty()) && TextKeyGet(strUnit, "NameI18n", strNameI18n);
 }
 
 int VESKCSystemdNameI18nGet(const char* szUnit, char* szNameI18n, size_t cbNameI18n)
 {
-    return VESK::Systemd::CForm([&] {
+    return CForm([&] {
         std::string strNameI18n;
         return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != szNameI18n) &&
                VESK_ARGUMENT(0 < cbNameI18n) && VESKSystemdNameI18nGet(szUnit, strNameI18n) &&
-               VESK::Systemd::TextCopy(VESK_HERE, strNameI18n, szNameI18n, cbNameI18n);
+               TextCopy(VESK_HERE, strNameI18n, szNameI18n, cbNameI18n);
     });
 }

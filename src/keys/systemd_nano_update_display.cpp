@@ -4,15 +4,16 @@
 #include "core/log.hpp"
 #include "keys/key_get.hpp"
 
+using namespace VESK::Systemd;
+
 bool VESKSystemdNanoUpdateDislayGet(const std::string& strUnit, bool& blDisplay)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) &&
-           VESK::Systemd::FlagKeyGet(strUnit, "NanoUpdateDisplay", blDisplay);
+    return VESK_ARGUMENT(!strUnit.empty()) && FlagKeyGet(strUnit, "NanoUpdateDisplay", blDisplay);
 }
 
 int VESKCSystemdNanoUpdateDislayGet(const char* szUnit, bool* pblDisplay)
 {
-    return VESK::Systemd::CForm([&] {
+    return CForm([&] {
         return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != pblDisplay) &&
                VESKSystemdNanoUpdateDislayGet(szUnit, *pblDisplay);
     });

@@ -1,9 +1,12 @@
 #include "vesksystemd.hpp"
 
 #include "core/log.hpp"
+#include "core/text.hpp"
 #include "keys/key_get.hpp"
 
-bool VESKSystemdPackedInGet(const std::string& strUnit, std::vector<std::string>& vecTargets)
+using namespace VESK::Systemd;
+
+bool VESKSystemdPackedInGet(const std::string& strUnit, Texts& vecTargets)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && VESK::Systemd::TargetsKeyGet(strUnit, "PackedIn", vecTargets);
+    return VESK_ARGUMENT(!strUnit.empty()) && TargetsKeyGet(strUnit, "PackedIn", vecTargets);
 }

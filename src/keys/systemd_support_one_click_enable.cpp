@@ -4,15 +4,16 @@
 #include "core/log.hpp"
 #include "keys/key_get.hpp"
 
+using namespace VESK::Systemd;
+
 bool VESKSystemdSupportOneClickEnableGet(const std::string& strUnit, bool& blOneClickEnable)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) &&
-           VESK::Systemd::FlagKeyGet(strUnit, "SupportOneClickEnable", blOneClickEnable);
+    return VESK_ARGUMENT(!strUnit.empty()) && FlagKeyGet(strUnit, "SupportOneClickEnable", blOneClickEnable);
 }
 
 int VESKCSystemdSupportOneClickEnableGet(const char* szUnit, bool* pblOneClickEnable)
 {
-    return VESK::Systemd::CForm([&] {
+    return CForm([&] {
         return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != pblOneClickEnable) &&
                VESKSystemdSupportOneClickEnableGet(szUnit, *pblOneClickEnable);
     });

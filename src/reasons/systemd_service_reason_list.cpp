@@ -6,28 +6,26 @@
 #include "core/directory.hpp"
 #include "core/log.hpp"
 #include "core/paths.hpp"
+#include "core/text.hpp"
 
-using VESK::Systemd::CForm;
-using VESK::Systemd::Directory;
-using VESK::Systemd::ListForm;
-using VESK::Systemd::NormalizedUnitNameGet;
+using namespace VESK::Systemd;
 
-bool VESKSystemdServiceReasonList(const std::string& strService, std::vector<std::string>& vecReasons)
+bool VESKSystemdServiceReasonList(const std::string& strService, Texts& vecReasons)
 {
     if (!VESK_ARGUMENT(!strService.empty())) {
         return false;
     }
     const std::string strName = NormalizedUnitNameGet(strService);
-    if (VESK::Systemd::UnitTypeGet(strName) != "service") {
-        VLIBCErrSetEx(VESK::Systemd::ERR_INVALID_ARGUMENT, VESK_HERE);
+    if (UnitTypeGet(strName) != "service") {
+        VLIBCErrSetEx(ERR_INVALID_ARGUMENT, VESK_HERE);
         return false;
     }
-    Directory directory(VESK::Systemd::kReasonsDirectory + strName);
+    Directory directory(kReasonsDirectory + strName);
     if (directory.Error() == ENOENT) {
         return true;
     }
     if (directory.Error() != 0) {
-        VLIBCErrSetEx(VESK::Systemd::ERR_OPEN_DIRECTORY, VESK_HERE);
+        VLIBCErrSetEx(ERR_OPEN_DIRECTORY, VESK_HERE);
         return false;
     }
     while (const char* szReason = directory.Next()) {
@@ -40,8 +38,7 @@ int VESKCSystemdServiceReasonList(const char* szService, VLIBCSzList** ppListRea
 {
     return CForm([&] {
         return VESK_ARGUMENT(nullptr != szService) && VESK_ARGUMENT(nullptr != ppListReasons) &&
-               VESK_ARGUMENT(nullptr != *ppListReasons) &&
-               ListForm(ppListReasons, [&](VESK::Systemd::Texts& vecTexts) {
+               VESK_ARGUMENT(nullptr != *ppListReasons) && ListForm(ppListReasons, [&](Texts& vecTexts) {
                    return VESKSystemdServiceReasonList(szService, vecTexts);
                });
     });

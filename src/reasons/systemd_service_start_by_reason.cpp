@@ -6,14 +6,9 @@
 #include "reasons/reason_change.hpp"
 #include "reasons/reason_forms.hpp"
 
+using namespace VESK::Systemd;
+
 using std::string;
-using VESK::Systemd::CForm;
-using VESK::Systemd::Joined;
-using VESK::Systemd::OneServiceForm;
-using VESK::Systemd::ReasonClear;
-using VESK::Systemd::ReasonClearing;
-using VESK::Systemd::ServiceGroupForm;
-using VESK::Systemd::Texts;
 
 bool VESKSystemdServiceStartByReason(const string& strReason, const Texts& vecServices, Texts& vecFailed)
 {

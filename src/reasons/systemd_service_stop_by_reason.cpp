@@ -7,14 +7,9 @@
 #include "reasons/reason_change.hpp"
 #include "reasons/reason_forms.hpp"
 
+using namespace VESK::Systemd;
+
 using std::string;
-using VESK::Systemd::CForm;
-using VESK::Systemd::HasReasonSnapshot;
-using VESK::Systemd::Joined;
-using VESK::Systemd::NormalizedUnitNameGet;
-using VESK::Systemd::OneServiceForm;
-using VESK::Systemd::ServiceGroupForm;
-using VESK::Systemd::Texts;
 
 namespace
 {
@@ -23,11 +18,11 @@ namespace
 bool ReasonSet(const string& strReason, const string& strService)
 {
     const string strName = NormalizedUnitNameGet(strService);
-    if (VESK::Systemd::UnitTypeGet(strName) != "service") {
-        VLIBCErrSetEx(VESK::Systemd::ERR_INVALID_ARGUMENT, VESK_HERE);
+    if (UnitTypeGet(strName) != "service") {
+        VLIBCErrSetEx(ERR_INVALID_ARGUMENT, VESK_HERE);
         return false;
     }
-    const string strDirectory = VESK::Systemd::kReasonsDirectory + strName;
+    const string strDirectory = kReasonsDirectory + strName;
     if (VLIBCExec("/bin/mkdir", "-p", strDirectory.c_str(), nullptr, nullptr) < 0) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: failed to mkdir reason directory [%s]", VESK_HERE,
                  strDirectory.c_str());

@@ -7,6 +7,7 @@
 #include "core/file_system.hpp"
 #include "core/file_text.hpp"
 #include "core/glob_result.hpp"
+#include "core/text.hpp"
 
 namespace VESK::Systemd
 {
@@ -22,7 +23,7 @@ bool IsGone(int nPid)
         return access(strFolder.c_str(), F_OK) != 0;
     }
     // The state follows the name, which stands in parentheses and may hold some of its own.
-    std::vector<std::string> vecFields;
+    Texts vecFields;
     Split(strText.substr(std::min(strText.rfind(')') + 1, strText.size())), vecFields, " ");
     constexpr unsigned long kExiting = 0x4;
     return vecFields.size() < 7 || vecFields[0] == "Z" || vecFields[0] == "X" ||

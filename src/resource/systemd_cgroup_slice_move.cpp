@@ -6,6 +6,8 @@
 #include "core/log.hpp"
 #include "resource/pid_write.hpp"
 
+using namespace VESK::Systemd;
+
 namespace VESK::Systemd
 {
 namespace
@@ -50,23 +52,22 @@ bool MoveToCgroupSlice(const std::string& strSlice, const std::string& strHierar
 
 bool VESKSystemdCgroupMonitorSliceMove(const std::string& strSlice)
 {
-    return VESK::Systemd::MoveToCgroupSlice(strSlice, "veskmonitor");
+    return MoveToCgroupSlice(strSlice, "veskmonitor");
 }
 
 bool VESKSystemdCgroupSystemdSliceMove(const std::string& strSlice)
 {
-    return VESK::Systemd::MoveToCgroupSlice(strSlice, "systemd") &&
-           VESK::Systemd::MoveToCgroupSlice(strSlice, "veskmonitor");
+    return MoveToCgroupSlice(strSlice, "systemd") && MoveToCgroupSlice(strSlice, "veskmonitor");
 }
 
 int VESKCSystemdCgroupMonitorSliceMove(const char* szSlice)
 {
-    return VESK::Systemd::CForm(
+    return CForm(
         [&] { return VESK_ARGUMENT(nullptr != szSlice) && VESKSystemdCgroupMonitorSliceMove(szSlice); });
 }
 
 int VESKCSystemdCgroupSystemdSliceMove(const char* szSlice)
 {
-    return VESK::Systemd::CForm(
+    return CForm(
         [&] { return VESK_ARGUMENT(nullptr != szSlice) && VESKSystemdCgroupSystemdSliceMove(szSlice); });
 }

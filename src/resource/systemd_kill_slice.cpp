@@ -13,10 +13,7 @@
 #include "core/text.hpp"
 #include "core/unique_fd.hpp"
 
-using VESK::Systemd::GlobResult;
-using VESK::Systemd::Joined;
-using VESK::Systemd::SystemctlOptsBuilder;
-using VESK::Systemd::Texts;
+using namespace VESK::Systemd;
 
 namespace
 {
@@ -33,9 +30,9 @@ bool IsBelow(const std::string& strPath)
 /** Whether a file holds anything. What is not there, or goes meanwhile as a cgroup does, holds nothing. */
 bool HoldsText(const std::string& strPath)
 {
-    const VESK::Systemd::UniqueFd fd(open(strPath.c_str(), O_RDONLY | O_CLOEXEC));
+    const UniqueFd fd(open(strPath.c_str(), O_RDONLY | O_CLOEXEC));
     char cFirst = 0;
-    const ssize_t cbRead = fd.IsOpen() ? VESK::Systemd::ReadSome(fd.Get(), &cFirst, sizeof cFirst) : -1;
+    const ssize_t cbRead = fd.IsOpen() ? ReadSome(fd.Get(), &cFirst, sizeof cFirst) : -1;
     if (cbRead < 0 && errno != ENOENT && errno != ENODEV) {
         throw std::system_error(errno, std::generic_category(), strPath);
     }
@@ -63,11 +60,11 @@ bool LiveUnitsAppend(const std::string& strFolder, Texts& vecUnits)
     bool blSearched = nResult == 0 || nResult == GLOB_NOMATCH;
     for (const std::string strEntry : entries) {
         // A symbolic link is no cgroup, and following it might never end.
-        if (!VESK::Systemd::IsOwnDirectory(strEntry)) {
+        if (!IsOwnDirectory(strEntry)) {
             continue;
         }
         if (HoldsProcess(strEntry)) {
-            vecUnits.push_back(VESK::Systemd::BaseName(strEntry));
+            vecUnits.push_back(BaseName(strEntry));
         }
         blSearched = LiveUnitsAppend(strEntry, vecUnits) && blSearched;
     }
@@ -113,7 +110,7 @@ bool SendSignal(const std::string& strSlice, const Texts& vecOptions)
 unsigned long GraceSecondsGet(const std::string& strSlice)
 {
     try {
-        const std::string strSeconds = VESK::Systemd::XVesklineKeyGet(strSlice, "SliceKillTimeoutSec");
+        const std::string strSeconds = XVesklineKeyGet(strSlice, "SliceKillTimeoutSec");
         return strSeconds.empty() ? kDefaultGraceSeconds : std::stoul(strSeconds);
     } catch (const std::exception& error) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to get SliceKillTimeoutSec: [%s]", VESK_HERE,
@@ -132,7 +129,7 @@ bool EndsWithin(const std::string& strSlice, unsigned long ulSeconds)
         if (!IsLive(strSlice, vecUnits)) {
             return true;
         }
-        VESK::Systemd::PauseSecond();
+        PauseSecond();
     }
     return false;
 }

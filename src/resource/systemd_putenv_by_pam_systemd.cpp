@@ -11,10 +11,10 @@
 #include "core/c_memory.hpp"
 #include "core/log.hpp"
 
+using namespace VESK::Systemd;
+
 namespace
 {
-
-using VESK::Systemd::CText;
 
 /** A PAM transaction, ended with the result of its last step. */
 class PamTransaction
@@ -48,9 +48,9 @@ public:
     }
 
     /** Null when there is no memory for it. The list is the caller's, and so is each of its strings. */
-    std::unique_ptr<char*, VESK::Systemd::FreeDeleter> EnvironmentGet()
+    std::unique_ptr<char*, FreeDeleter> EnvironmentGet()
     {
-        std::unique_ptr<char*, VESK::Systemd::FreeDeleter> pList(pam_getenvlist(m_pHandle));
+        std::unique_ptr<char*, FreeDeleter> pList(pam_getenvlist(m_pHandle));
         if (pList == nullptr) {
             m_nResult = PAM_BUF_ERR;
         }

@@ -6,12 +6,13 @@
 #include "core/log.hpp"
 #include "resource/pid_write.hpp"
 
+using namespace VESK::Systemd;
+
 bool VESKSystemdRunAsSystemProcess()
 {
     const int nPid = getpid();
     VESK_LOG(LOG_INFO, "%s:%d vesksystemd: Start moving process pid[%d] out of cgroup", VESK_HERE, nPid);
-    const VESK::Systemd::PidWriteResult result =
-        VESK::Systemd::PidWrite("/sys/fs/cgroup/systemd/tasks", nPid);
+    const PidWriteResult result = PidWrite("/sys/fs/cgroup/systemd/tasks", nPid);
     if (!result.blOpened) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to open szfDefaultTaskPath", VESK_HERE);
         return false;
@@ -28,5 +29,5 @@ bool VESKSystemdRunAsSystemProcess()
 
 int VESKCSystemdRunAsSystemProcess(void)
 {
-    return VESK::Systemd::CForm([] { return VESKSystemdRunAsSystemProcess(); });
+    return CForm([] { return VESKSystemdRunAsSystemProcess(); });
 }

@@ -4,24 +4,27 @@
 #include "core/file_system.hpp"
 #include "core/glob_result.hpp"
 #include "core/log.hpp"
+#include "core/text.hpp"
 
-bool VESKSystemdSliceList(std::vector<std::string>& vecSlices)
+using namespace VESK::Systemd;
+
+bool VESKSystemdSliceList(Texts& vecSlices)
 {
-    VESK::Systemd::GlobResult slices;
+    GlobResult slices;
     if (slices.Add("/sys/fs/cgroup/veskmonitor/", "*.slice") != 0) {
         return false;
     }
     for (const std::string strPath : slices) {
-        vecSlices.push_back(VESK::Systemd::BaseName(strPath));
+        vecSlices.push_back(BaseName(strPath));
     }
     return true;
 }
 
 int VESKCSystemdSliceList(VLIBCSzList** ppListSlices)
 {
-    return VESK::Systemd::CForm([&] {
+    return CForm([&] {
         return VESK_ARGUMENT(nullptr != ppListSlices) && VESK_ARGUMENT(nullptr != *ppListSlices) &&
                // Programs of the platform have come to rely on getting services here.
-               VESK::Systemd::ListForm(ppListSlices, VESKSystemdServiceList);
+               ListForm(ppListSlices, VESKSystemdServiceList);
     });
 }

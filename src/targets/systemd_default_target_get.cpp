@@ -4,8 +4,7 @@
 #include "core/log.hpp"
 #include "core/text.hpp"
 
-using VESK::Systemd::Joined;
-using VESK::Systemd::Texts;
+using namespace VESK::Systemd;
 
 bool VESKSystemdDefaultTargetGet(std::string& strTarget)
 {
@@ -21,7 +20,7 @@ bool VESKSystemdDefaultTargetGet(std::string& strTarget)
                      VESK_HERE, Joined(vecLines).c_str());
             return false;
         }
-        strTarget = VESK::Systemd::Trimmed(vecLines.front());
+        strTarget = Trimmed(vecLines.front());
         return true;
     };
     try {
@@ -34,11 +33,10 @@ bool VESKSystemdDefaultTargetGet(std::string& strTarget)
 
 bool VESKCSystemdDefaultTargetGet(char* szDefaultTarget, int cbDefaultTarget)
 {
-    return VESK::Systemd::CValueForm(false, [&] {
+    return CValueForm(false, [&] {
         std::string strTarget;
         return VESK_ARGUMENT(nullptr != szDefaultTarget) && VESK_ARGUMENT(0 < cbDefaultTarget) &&
                VESKSystemdDefaultTargetGet(strTarget) &&
-               VESK::Systemd::TextCopy(VESK_HERE, strTarget, szDefaultTarget,
-                                       static_cast<size_t>(cbDefaultTarget));
+               TextCopy(VESK_HERE, strTarget, szDefaultTarget, static_cast<size_t>(cbDefaultTarget));
     });
 }

@@ -4,8 +4,7 @@
 #include "core/log.hpp"
 #include "core/text.hpp"
 
-using VESK::Systemd::CForm;
-using VESK::Systemd::Texts;
+using namespace VESK::Systemd;
 
 bool VESKSystemdIntDefaultTargetSet(const Texts& vecOptions, const std::string& strDefaultTarget)
 {
@@ -16,7 +15,7 @@ bool VESKSystemdIntDefaultTargetSet(const Texts& vecOptions, const std::string& 
         if (nExitCode != 0) {
             VESK_LOG(LOG_ERR,
                      "%s:%d vesksystemd: failed to set default target to [%s]: ret=[%d], reason=[%s]",
-                     VESK_HERE, strDefaultTarget.c_str(), nExitCode, VESK::Systemd::Joined(vecLines).c_str());
+                     VESK_HERE, strDefaultTarget.c_str(), nExitCode, Joined(vecLines).c_str());
             return false;
         }
         VESK_LOG(LOG_INFO, "%s:%d vesksystemd: successfully set default target to [%s].", VESK_HERE,

@@ -10,17 +10,7 @@
 #include "core/text.hpp"
 #include "targets/isolate_monitor.hpp"
 
-using VESK::Systemd::FileLock;
-using VESK::Systemd::IsolateOptions;
-using VESK::Systemd::JobInfo;
-using VESK::Systemd::JobType;
-using VESK::Systemd::Joined;
-using VESK::Systemd::kIsolateFlag;
-using VESK::Systemd::kIsolateLock;
-using VESK::Systemd::LockRelease;
-using VESK::Systemd::StatusMonitor;
-using VESK::Systemd::SystemOperationLock;
-using VESK::Systemd::Texts;
+using namespace VESK::Systemd;
 
 using Jobs = std::map<unsigned int, JobInfo>;
 
@@ -161,7 +151,7 @@ void WaitForStopJobs(const Jobs& before, const Outcome& outcome)
                          Joined(vecUnits).c_str());
             }
         }
-        VESK::Systemd::PauseSecond();
+        PauseSecond();
     }
     LogUnfinished(before, now);
 }
@@ -173,7 +163,7 @@ void WaitForStopJobs(const Jobs& before, const Outcome& outcome)
 void MonitorRun(const FileLock& lock, pid_t nParent)
 {
     FileLock sharedLock(lock);
-    if (!VESK::Systemd::IsolateMonitorWait(nParent)) {
+    if (!IsolateMonitorWait(nParent)) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Isolate doesn't execute successfully", VESK_HERE);
     }
     sharedLock.Release();
@@ -184,7 +174,7 @@ bool IsolateAndWait(const std::string& strTarget, const Texts& vecOptions, FileL
                     const Outcome& outcome)
 {
     const pid_t nParent = getpid();
-    if (!VESK::Systemd::ForkAndRun([&] { MonitorRun(lock, nParent); }, 0)) {
+    if (!ForkAndRun([&] { MonitorRun(lock, nParent); }, 0)) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to fork for isolate monitor", VESK_HERE);
         return false;
     }

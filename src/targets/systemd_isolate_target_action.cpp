@@ -4,9 +4,7 @@
 #include "core/lock_release.hpp"
 #include "core/log.hpp"
 
-using VESK::Systemd::CForm;
-using VESK::Systemd::LockRelease;
-using VESK::Systemd::SystemOperationLock;
+using namespace VESK::Systemd;
 
 namespace
 {
@@ -51,7 +49,7 @@ bool _VESKSystemdIsolateTargetAction(const std::string& strTarget, std::function
 
 bool VESKCSystemdIsolateTargetAction(const char* szTarget, int (*action)(void))
 {
-    return VESK::Systemd::CValueForm(false, [&] {
+    return CValueForm(false, [&] {
         return VESK_ARGUMENT(nullptr != szTarget) && VESK_ARGUMENT(nullptr != action) &&
                _VESKSystemdIsolateTargetAction(szTarget, [&] { return action() != 0; });
     });

@@ -1,16 +1,19 @@
 #include "vesksystemd.hpp"
 
 #include "core/log.hpp"
+#include "core/text.hpp"
 #include "keys/key_get.hpp"
 
-bool VESKSystemdTargetCarriesGet(const std::string& strTarget, std::vector<std::string>& vecUnits)
+using namespace VESK::Systemd;
+
+bool VESKSystemdTargetCarriesGet(const std::string& strTarget, Texts& vecUnits)
 {
-    std::vector<std::string> vecItems;
-    if (!VESK_ARGUMENT(!strTarget.empty()) || !VESK::Systemd::ListKeyGet(strTarget, "Carries", vecItems)) {
+    Texts vecItems;
+    if (!VESK_ARGUMENT(!strTarget.empty()) || !ListKeyGet(strTarget, "Carries", vecItems)) {
         return false;
     }
     for (const std::string& strItem : vecItems) {
-        vecUnits.push_back(VESK::Systemd::NormalizedUnitNameGet(strItem));
+        vecUnits.push_back(NormalizedUnitNameGet(strItem));
     }
     return true;
 }

@@ -3,9 +3,7 @@
 #include "core/c_forms.hpp"
 #include "units/status_word.hpp"
 
-using VESK::Systemd::CValueForm;
-using VESK::Systemd::kUnknownStatus;
-using VESK::Systemd::StatusWord;
+using namespace VESK::Systemd;
 
 namespace
 {

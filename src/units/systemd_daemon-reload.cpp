@@ -4,7 +4,7 @@
 #include "core/log.hpp"
 #include "core/text.hpp"
 
-using VESK::Systemd::Texts;
+using namespace VESK::Systemd;
 
 bool VESKSystemdDaemonReload()
 {
@@ -12,14 +12,14 @@ bool VESKSystemdDaemonReload()
     const auto judge = [](int nExitCode, const Texts& vecLines) {
         if (nExitCode != 0) {
             VESK_LOG(LOG_ERR, "%s:%d vesksystemd: daemon reload failed: ret=[%d], reason=[%s]", VESK_HERE,
-                     nExitCode, VESK::Systemd::Joined(vecLines).c_str());
+                     nExitCode, Joined(vecLines).c_str());
             return false;
         }
         VESK_LOG(LOG_INFO, "%s:%d vesksystemd: daemon reload success!", VESK_HERE);
         return true;
     };
     try {
-        const auto opts = VESK::Systemd::SystemctlOptsBuilder().SetCalRunTime(true).Build();
+        const auto opts = SystemctlOptsBuilder().SetCalRunTime(true).Build();
         return VESKSystemdSystemctlUltron("daemon-reload", opts, {}, judge);
     } catch (const std::exception&) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: daemon-reload failed.", VESK_HERE);
@@ -29,5 +29,5 @@ bool VESKSystemdDaemonReload()
 
 int VESKCSystemdDaemonReload(void)
 {
-    return VESK::Systemd::CForm([] { return VESKSystemdDaemonReload(); });
+    return CForm([] { return VESKSystemdDaemonReload(); });
 }

@@ -5,13 +5,7 @@
 #include "core/text.hpp"
 #include "units/unit_file_action.hpp"
 
-using VESK::Systemd::CForm;
-using VESK::Systemd::GroupForm;
-using VESK::Systemd::Joined;
-using VESK::Systemd::OneUnitForm;
-using VESK::Systemd::Texts;
-using VESK::Systemd::UnitAction;
-using VESK::Systemd::UnitFileAction;
+using namespace VESK::Systemd;
 
 namespace
 {
@@ -41,8 +35,7 @@ bool VESKSystemdEnableWithOptionsInternal(const Texts& vecOptions, const Texts& 
     return VESK_ARGUMENT(!vecUnits.empty()) && UnitActionRun(kEnable, vecOptions, vecUnits, vecFailed);
 }
 
-bool VESKSystemdEnableWithOptions(const Texts& vecUnits, const VESK::Systemd::CommandOptions& options,
-                                  Texts& vecFailed)
+bool VESKSystemdEnableWithOptions(const Texts& vecUnits, const CommandOptions& options, Texts& vecFailed)
 {
     Texts vecOptions;
     GetEnableDisableOptions(options, vecOptions);

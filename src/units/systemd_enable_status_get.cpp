@@ -4,12 +4,7 @@
 #include "core/text.hpp"
 #include "units/status_word.hpp"
 
-using VESK::Systemd::CValueForm;
-using VESK::Systemd::kUnknownStatus;
-using VESK::Systemd::StatusWord;
-using VESK::Systemd::SystemctlOpts;
-using VESK::Systemd::SystemctlOptsBuilder;
-using VESK::Systemd::Texts;
+using namespace VESK::Systemd;
 
 namespace
 {
@@ -34,7 +29,7 @@ bool WordGet(const std::string& strUnit, const SystemctlOpts& opts, std::string&
         if (vecLines.empty()) {
             return false;
         }
-        strWord = VESK::Systemd::Trimmed(vecLines.front());
+        strWord = Trimmed(vecLines.front());
         return true;
     };
     try {

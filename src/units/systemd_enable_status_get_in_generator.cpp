@@ -3,8 +3,7 @@
 #include "core/c_forms.hpp"
 #include "units/status_word.hpp"
 
-using VESK::Systemd::CValueForm;
-using VESK::Systemd::kUnknownStatus;
+using namespace VESK::Systemd;
 
 using Status = VESK_SYSTEMD_ENABLE_STATUS;
 

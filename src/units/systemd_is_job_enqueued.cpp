@@ -3,6 +3,8 @@
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
 
+using namespace VESK::Systemd;
+
 bool VESKSystemdIsJobEnqueued(const std::string& strUnit)
 {
     if (!VESK_ARGUMENT(!strUnit.empty())) {
@@ -10,7 +12,7 @@ bool VESKSystemdIsJobEnqueued(const std::string& strUnit)
     }
     std::string strJob;
     if (!VESKSystemdShow(strUnit, "Job", strJob)) {
-        VLIBCErrSetEx(VESK::Systemd::ERR_READ_JOB, VESK_HERE);
+        VLIBCErrSetEx(ERR_READ_JOB, VESK_HERE);
         return false;
     }
     return !strJob.empty();
@@ -18,6 +20,5 @@ bool VESKSystemdIsJobEnqueued(const std::string& strUnit)
 
 int VESKCSystemdIsJobEnqueued(const char* szUnit)
 {
-    return VESK::Systemd::CForm(
-        [&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdIsJobEnqueued(szUnit); });
+    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdIsJobEnqueued(szUnit); });
 }

@@ -3,8 +3,7 @@
 #include "core/log.hpp"
 #include "core/text.hpp"
 
-using VESK::Systemd::JobInfo;
-using VESK::Systemd::Joined;
+using namespace VESK::Systemd;
 
 namespace
 {
@@ -22,7 +21,7 @@ bool JobOf(const std::string& strLine, JobInfo& info)
 }
 
 template <typename Callback>
-bool ListJobs(const std::vector<std::string>& vecUnits, Callback&& callback)
+bool ListJobs(const Texts& vecUnits, Callback&& callback)
 {
     try {
         return VESKSystemdSystemctl("list-jobs", {"--no-legend"}, vecUnits, std::forward<Callback>(callback));
@@ -36,7 +35,7 @@ bool ListJobs(const std::vector<std::string>& vecUnits, Callback&& callback)
 
 bool VESKSystemdIntJobList(std::map<unsigned int, JobInfo>& mapJobs)
 {
-    return ListJobs({}, [&](int nExitCode, const std::vector<std::string>& vecLines) {
+    return ListJobs({}, [&](int nExitCode, const Texts& vecLines) {
         if (nExitCode != kListJobsDone) {
             VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to list-jobs, ret=[%d], reason=[%s]", VESK_HERE,
                      nExitCode, Joined(vecLines).c_str());
@@ -57,7 +56,7 @@ bool VESKSystemdIntJobGet(const std::string& strUnit, JobInfo& info)
     if (!VESK_ARGUMENT((!strUnit.empty()))) {
         return false;
     }
-    return ListJobs({strUnit}, [&](int nExitCode, const std::vector<std::string>& vecLines) {
+    return ListJobs({strUnit}, [&](int nExitCode, const Texts& vecLines) {
         if (vecLines.empty()) {
             return false;
         }

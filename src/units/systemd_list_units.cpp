@@ -1,25 +1,28 @@
 #include "vesksystemd.hpp"
 
 #include "core/log.hpp"
+#include "core/text.hpp"
 #include "core/unit_types.hpp"
 
-bool VESKSystemdListUnits(std::vector<std::string>& vecUnits, const std::string& strType)
+using namespace VESK::Systemd;
+
+bool VESKSystemdListUnits(Texts& vecUnits, const std::string& strType)
 {
-    const std::set<std::string>& setUnitTypes = VESK::Systemd::UnitTypes();
+    const std::set<std::string>& setUnitTypes = UnitTypes();
     if (!VESK_ARGUMENT((strType.empty() || setUnitTypes.end() != setUnitTypes.find(strType)))) {
         return false;
     }
-    std::vector<std::string> vecOptions{"--no-legend", "--root=/."};
+    Texts vecOptions{"--no-legend", "--root=/."};
     if (!strType.empty()) {
         vecOptions.insert(vecOptions.end(), {"--type", strType});
     }
-    const auto readAnswer = [&](int nExitCode, const std::vector<std::string>& vecLines) {
+    const auto readAnswer = [&](int nExitCode, const Texts& vecLines) {
         if (nExitCode != 0) {
             return false;
         }
         for (const std::string& strLine : vecLines) {
-            std::vector<std::string> vecFields;
-            if (VESK::Systemd::Split(strLine, vecFields, " ") && vecFields.size() == 2) {
+            Texts vecFields;
+            if (Split(strLine, vecFields, " ") && vecFields.size() == 2) {
                 vecUnits.push_back(vecFields[0]);
             }
         }

@@ -5,13 +5,7 @@
 #include "core/text.hpp"
 #include "units/unit_file_action.hpp"
 
-using VESK::Systemd::CForm;
-using VESK::Systemd::GroupForm;
-using VESK::Systemd::Joined;
-using VESK::Systemd::OneUnitForm;
-using VESK::Systemd::Texts;
-using VESK::Systemd::UnitAction;
-using VESK::Systemd::UnitFileAction;
+using namespace VESK::Systemd;
 
 namespace
 {

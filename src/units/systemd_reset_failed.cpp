@@ -4,9 +4,7 @@
 #include "core/text.hpp"
 #include "units/unit_action.hpp"
 
-using VESK::Systemd::Joined;
-using VESK::Systemd::Texts;
-using VESK::Systemd::UnitAction;
+using namespace VESK::Systemd;
 
 namespace
 {

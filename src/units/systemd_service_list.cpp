@@ -2,18 +2,18 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/text.hpp"
 
-using VESK::Systemd::CForm;
-using VESK::Systemd::ListForm;
+using namespace VESK::Systemd;
 
-bool VESKSystemdServiceList(std::vector<std::string>& vecServices)
+bool VESKSystemdServiceList(Texts& vecServices)
 {
-    std::vector<std::string> vecUnits;
+    Texts vecUnits;
     if (!VESKSystemdListUnits(vecUnits, "service")) {
         return false;
     }
     for (const std::string& strUnit : vecUnits) {
-        vecServices.push_back(VESK::Systemd::UnitNameWithoutFileExtensionGet(strUnit));
+        vecServices.push_back(UnitNameWithoutFileExtensionGet(strUnit));
     }
     return true;
 }

@@ -3,8 +3,7 @@
 #include "core/log.hpp"
 #include "core/text.hpp"
 
-using VESK::Systemd::SystemctlOptsBuilder;
-using VESK::Systemd::Trimmed;
+using namespace VESK::Systemd;
 
 namespace
 {
@@ -22,7 +21,7 @@ bool PropertyGet(const std::string& strUnit, const std::string& strProperty, boo
     if (!VESK_ARGUMENT(!strUnit.empty()) || !VESK_ARGUMENT(!strProperty.empty())) {
         return false;
     }
-    const auto readAnswer = [&](int nExitCode, const std::vector<std::string>& vecLines) {
+    const auto readAnswer = [&](int nExitCode, const Texts& vecLines) {
         if (nExitCode != 0 || vecLines.empty()) {
             return false;
         }
@@ -30,7 +29,7 @@ bool PropertyGet(const std::string& strUnit, const std::string& strProperty, boo
         return true;
     };
     try {
-        const std::vector<std::string> vecOptions{"--property", strProperty};
+        const Texts vecOptions{"--property", strProperty};
         const auto opts =
             SystemctlOptsBuilder().SetCmdOpts(&vecOptions).SetForceSystem(blForceSystem).Build();
         return VESKSystemdSystemctlUltron("show", opts, {strUnit}, readAnswer);

@@ -5,12 +5,7 @@
 #include "core/text.hpp"
 #include "units/unit_action.hpp"
 
-using VESK::Systemd::CForm;
-using VESK::Systemd::GroupForm;
-using VESK::Systemd::Joined;
-using VESK::Systemd::OneUnitForm;
-using VESK::Systemd::Texts;
-using VESK::Systemd::UnitAction;
+using namespace VESK::Systemd;
 
 namespace
 {

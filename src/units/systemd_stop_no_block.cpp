@@ -3,10 +3,7 @@
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
 
-using VESK::Systemd::CForm;
-using VESK::Systemd::GroupForm;
-using VESK::Systemd::OneUnitForm;
-using VESK::Systemd::Texts;
+using namespace VESK::Systemd;
 
 bool VESKSystemdStopNoBlock(const Texts& vecUnits, Texts& vecFailed)
 {

@@ -12,14 +12,7 @@
 #include "core/paths.hpp"
 #include "core/text.hpp"
 
-using VESK::Systemd::CForm;
-using VESK::Systemd::FailedUnitsCopy;
-using VESK::Systemd::GroupForm;
-using VESK::Systemd::Joined;
-using VESK::Systemd::NormalizedUnitNameGet;
-using VESK::Systemd::OneUnitForm;
-using VESK::Systemd::Texts;
-using VESK::Systemd::Trimmed;
+using namespace VESK::Systemd;
 
 namespace
 {
@@ -148,7 +141,7 @@ bool DropInDelete(const std::string& strPath)
 {
     const bool blResult = Delete(strPath);
     const std::string strFolder = strPath.substr(0, strPath.rfind('/'));
-    if (VESK::Systemd::UnitTypeGet(strFolder) == "d") {
+    if (UnitTypeGet(strFolder) == "d") {
         rmdir(strFolder.c_str());
     }
     return blResult;
@@ -176,7 +169,7 @@ bool IsEntryName(const std::string& strName)
 void MarkRemove(const std::string& strUnit)
 {
     const std::string strName = NormalizedUnitNameGet(strUnit);
-    if (!IsEntryName(strName) || !Delete(VESK::Systemd::kEnableStatusChangedDirectory + strName)) {
+    if (!IsEntryName(strName) || !Delete(kEnableStatusChangedDirectory + strName)) {
         VESK_LOG(LOG_WARNING, "%s:%d vesksystemd: Failed to remove enable-status-changed flag for [%s]",
                  VESK_HERE, strUnit.c_str());
     }
@@ -185,7 +178,7 @@ void MarkRemove(const std::string& strUnit)
 void ReasonsRemove(const std::string& strUnit)
 {
     const std::string strName = NormalizedUnitNameGet(strUnit);
-    const std::string strFolder = VESK::Systemd::kReasonsDirectory + strName;
+    const std::string strFolder = kReasonsDirectory + strName;
     if (!IsEntryName(strName) || VLIBCExec("/bin/rm", "-rf", strFolder.c_str(), nullptr, nullptr) < 0) {
         VESK_LOG(LOG_WARNING, "%s:%d vesksystemd: Failed to remove reasons for [%s]", VESK_HERE,
                  strUnit.c_str());

@@ -8,11 +8,7 @@
 #include "core/log.hpp"
 #include "volumes/mount_path_files.hpp"
 
-using VESK::Systemd::CForm;
-using VESK::Systemd::Directory;
-using VESK::Systemd::ListForm;
-using VESK::Systemd::MountPathFiles;
-using VESK::Systemd::Texts;
+using namespace VESK::Systemd;
 
 namespace
 {
@@ -22,7 +18,7 @@ using Services = std::unordered_set<std::string>;
 /** Whether a unit is a service that does not ask to be left out. */
 bool IsListed(const std::string& strUnit)
 {
-    if (VESK::Systemd::UnitTypeGet(strUnit) != "service") {
+    if (UnitTypeGet(strUnit) != "service") {
         return false;
     }
     bool blSkip = false;
@@ -39,7 +35,7 @@ bool UserAdd(MountPathFiles& files, int nPid, Services& setServices)
     std::string strUnit;
     errno = 0;
     if (!VESKSystemdGetByPid(nPid, strUnit)) {
-        return !VESK::Systemd::IsShortage(errno);
+        return !IsShortage(errno);
     }
     if (IsListed(strUnit)) {
         VESK_LOG(LOG_INFO, "%s:%d vesksystemd: file used: [%s]", VESK_HERE, strFile.c_str());
@@ -71,7 +67,7 @@ bool VESKSystemdServiceListByMntPath(const std::string& strMntPath, Texts& vecSe
 {
     Services setServices;
     if (!UsersAdd(strMntPath, setServices)) {
-        VLIBCErrSetEx(VESK::Systemd::ERR_OPEN_DIRECTORY, VESK_HERE);
+        VLIBCErrSetEx(ERR_OPEN_DIRECTORY, VESK_HERE);
         return false;
     }
     vecServices.assign(setServices.begin(), setServices.end());

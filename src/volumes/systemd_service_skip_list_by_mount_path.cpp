@@ -3,8 +3,9 @@
 #include "core/log.hpp"
 #include "keys/key_get.hpp"
 
+using namespace VESK::Systemd;
+
 bool VESKSystemdServiceSkipListByMntPath(const std::string& strService, bool& blSkip)
 {
-    return VESK_ARGUMENT(!strService.empty()) &&
-           VESK::Systemd::FlagKeyGet(strService, "SkipListByMntPath", blSkip);
+    return VESK_ARGUMENT(!strService.empty()) && FlagKeyGet(strService, "SkipListByMntPath", blSkip);
 }

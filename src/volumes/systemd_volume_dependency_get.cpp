@@ -6,6 +6,8 @@
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
 
+using namespace VESK::Systemd;
+
 namespace
 {
 
@@ -33,7 +35,7 @@ bool VESKSystemdVolumeDependencyGet(const std::string& strUnit, VESK_SYSTEMD_VOL
         return false;
     }
     try {
-        dependency = DependencyOf(VESK::Systemd::XVesklineKeyGet(strUnit, "VolumeDependency"));
+        dependency = DependencyOf(XVesklineKeyGet(strUnit, "VolumeDependency"));
         return true;
     } catch (const std::exception&) {
         return false;
@@ -42,7 +44,7 @@ bool VESKSystemdVolumeDependencyGet(const std::string& strUnit, VESK_SYSTEMD_VOL
 
 int VESKCSystemdVolumeDependencyGet(const char* szUnit, VESK_SYSTEMD_VOLUME_DEPENDENCY* pDependency)
 {
-    return VESK::Systemd::CForm([&] {
+    return CForm([&] {
         return VESK_ARGUMENT(nullptr != szUnit) && VESK_ARGUMENT(nullptr != pDependency) &&
                VESKSystemdVolumeDependencyGet(szUnit, *pDependency);
     });

@@ -14,19 +14,9 @@
 #include "core/unique_fd.hpp"
 #include "volumes/volume_array.hpp"
 
+using namespace VESK::Systemd;
+
 using std::string;
-using VESK::Systemd::BeforeZero;
-using VESK::Systemd::CForm;
-using VESK::Systemd::FileLock;
-using VESK::Systemd::FileRead;
-using VESK::Systemd::LockRelease;
-using VESK::Systemd::UniqueFd;
-using VESK::Systemd::VolumeArray;
-using VESK::Systemd::VolumeArrayParse;
-using VESK::Systemd::VolumeArrayText;
-using VESK::Systemd::VolumeElement;
-using VESK::Systemd::VolumeElementMake;
-using VESK::Systemd::VolumeElements;
 
 namespace
 {
@@ -43,8 +33,7 @@ struct Registry {
 
 Registry UnitRegistry(const string& strUnit)
 {
-    return {"/usr/vesk/etc/vesksystemd/volume-register/",
-            VESK::Systemd::NormalizedUnitNameGet(BeforeZero(strUnit))};
+    return {"/usr/vesk/etc/vesksystemd/volume-register/", NormalizedUnitNameGet(BeforeZero(strUnit))};
 }
 
 string PackageDirectory(const string& strPackage)

@@ -12,12 +12,7 @@
 #include "core/paths.hpp"
 #include "core/text.hpp"
 
-using VESK::Systemd::CForm;
-using VESK::Systemd::FileLock;
-using VESK::Systemd::Joined;
-using VESK::Systemd::LockRelease;
-using VESK::Systemd::Texts;
-using VESK::Systemd::UnitTypeGet;
+using namespace VESK::Systemd;
 
 namespace
 {
@@ -42,7 +37,7 @@ bool Acquire(FileLock& lock)
 std::string MasterUnitGet(const std::string& strUnit)
 {
     try {
-        const std::string strMaster = VESK::Systemd::XVesklineKeyGet(strUnit, "Master");
+        const std::string strMaster = XVesklineKeyGet(strUnit, "Master");
         return strMaster.empty() ? strUnit : strMaster;
     } catch (const std::exception& error) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to get master unit: [%s], reason: [%s]", VESK_HERE,
@@ -58,7 +53,7 @@ bool IsRegistered(const std::string& strUnit, const Texts& vecVolumes)
     if (UnitTypeGet(strUnit) != "service" || strUnit.compare(0, strPrefix.size(), strPrefix) != 0) {
         return VESKSystemdVolumeIsRegisteredByUnit(strUnit, vecVolumes);
     }
-    const std::string strName = VESK::Systemd::UnitNameWithoutFileExtensionGet(strUnit);
+    const std::string strName = UnitNameWithoutFileExtensionGet(strUnit);
     return VESKSystemdVolumeIsRegisteredByPackage(strName.substr(strPrefix.size()), vecVolumes);
 }
 
@@ -67,7 +62,7 @@ bool DependsOn(const std::string& strUnit, const Texts& vecVolumes)
 {
     VESK_SYSTEMD_VOLUME_DEPENDENCY dependency = VESK_SYSTEMD_VOLUME_DEPENDENCY_NONE;
     if (!VESKSystemdVolumeDependencyGet(strUnit, dependency)) {
-        if (VLIBCErrGet() != VESK::Systemd::ERR_NO_UNIT_FILE) {
+        if (VLIBCErrGet() != ERR_NO_UNIT_FILE) {
             VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to get VolumeDependency in [%s].", VESK_HERE,
                      strUnit.c_str());
         }
@@ -149,9 +144,8 @@ bool TargetRemove(const char* szTarget)
 bool TargetWrite(const char* szTarget, const char* szRelation, const Services& setServices)
 {
     const std::string strServices = boost::algorithm::join(setServices, " ");
-    if (VESK::Systemd::AddUnitSection(
-            kTargetDirectory, szTarget, "Unit",
-            {{szRelation, strServices}, {"After", strServices}, {"DefaultDependencies", "no"}})) {
+    if (AddUnitSection(kTargetDirectory, szTarget, "Unit",
+                       {{szRelation, strServices}, {"After", strServices}, {"DefaultDependencies", "no"}})) {
         return true;
     }
     VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to add unit section in [%s].", VESK_HERE,
@@ -189,13 +183,13 @@ bool _VESKSystemdVolumeUnmountAction(const Texts& vecVolumes, std::function<bool
         return false;
     }
     FileLock actionLock("/run/vesksystemd/locks/volume-unmount-action.lock", true, 3600);
-    FileLock isolateLock(VESK::Systemd::kIsolateLock, false, 3600);
+    FileLock isolateLock(kIsolateLock, false, 3600);
     const LockRelease actionRelease(actionLock);
     const LockRelease isolateRelease(isolateLock);
     if (!Acquire(actionLock) || !Acquire(isolateLock)) {
         return false;
     }
-    VESK::Systemd::StatusMonitor monitor;
+    StatusMonitor monitor;
     if (!monitor.Start()) {
         VESK_LOG(LOG_ERR, "%s:%d Failed to monitor systemd status in volume unmount action", VESK_HERE);
         return false;
@@ -231,6 +225,6 @@ int VESKCSystemdVolumeGroupUnmountAction(VLIBCSzList* pListVolumes, bool (*actio
 {
     return CForm([&] {
         return VESK_ARGUMENT(nullptr != pListVolumes) && VESK_ARGUMENT(nullptr != action) &&
-               VESKSystemdVolumeUnmountAction(VESK::Systemd::ListGet(pListVolumes), action, pArg);
+               VESKSystemdVolumeUnmountAction(ListGet(pListVolumes), action, pArg);
     });
 }
