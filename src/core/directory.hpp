@@ -18,7 +18,7 @@ public:
     {
     }
 
-    /** 0 when the folder is open, else why it could not be opened. */
+    /** 0, or why the folder could not be opened, or not be read to its end: to be asked again at the end. */
     int Error() const { return m_nError; }
 
     /** The next entry's name, valid until the next call; null at the end, and for a folder that is not open.

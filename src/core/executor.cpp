@@ -17,6 +17,16 @@ Texts CommandOf(const std::string& strPath, const Texts& vecArguments)
     return vecCommand;
 }
 
+/** Reads a stream to its end; false, with what could be read, when that failed. */
+bool ReadAll(FILE* pStream, std::string& strOutput)
+{
+    LineReader reader(pStream);
+    for (std::string strLine; reader.Next(strLine);) {
+        strOutput += strLine;
+    }
+    return !reader.Failed();
+}
+
 } // namespace
 
 boost::optional<int> Executor::Execute(const std::string& strPath, const Texts& vecArguments)
@@ -33,7 +43,10 @@ boost::optional<int> Executor::Execute(const std::string& strPath, const Texts& 
         VESK_LOG(LOG_ERR, "%s:%d Fail to execute [%s]", VESK_HERE, GetCommandLine().c_str());
         return boost::none;
     }
-    if (!ReadOutput(child.Get())) {
+    std::string strOutput;
+    const bool blRead = ReadAll(child.Get(), strOutput);
+    m_strOutput = std::move(strOutput);
+    if (!blRead) {
         VESK_LOG(LOG_ERR, "%s:%d Failed to read error output", VESK_HERE);
     }
     const int nStatus = child.Close();
@@ -51,11 +64,8 @@ bool Executor::ReadOutput(FILE* pStream)
         VESK_LOG(LOG_ERR, "%s:%d Bad file descriptor", VESK_HERE);
         return false;
     }
-    LineReader reader(pStream);
     std::string strOutput;
-    for (std::string strLine; reader.Next(strLine);) {
-        strOutput += strLine;
-    }
+    ReadAll(pStream, strOutput);
     m_strOutput = std::move(strOutput);
     return true;
 }

@@ -14,7 +14,7 @@ LineReader::~LineReader()
 bool LineReader::Next(std::string& strLine)
 {
     strLine.clear();
-    while (true) {
+    while (!m_blFailed) {
         errno = 0;
         const ssize_t cbRead = getdelim(&m_pBuffer, &m_cbBuffer, '\n', m_pStream);
         if (cbRead > 0) {
@@ -23,12 +23,14 @@ bool LineReader::Next(std::string& strLine)
         if (!strLine.empty() && strLine.back() == '\n') {
             return true;
         }
-        // A signal handler of the caller may cut a read short in the middle of a line.
-        if (ferror(m_pStream) == 0 || errno != EINTR) {
-            return !strLine.empty();
+        if (feof(m_pStream) != 0) {
+            break;
         }
+        // A signal handler of the caller may cut a read short in the middle of a line.
+        m_blFailed = ferror(m_pStream) == 0 || errno != EINTR;
         clearerr(m_pStream);
     }
+    return !strLine.empty();
 }
 
 } // namespace VESK::Systemd

@@ -23,10 +23,14 @@ public:
      */
     bool Next(std::string& strLine);
 
+    /** Whether what was read is not all that there is, since reading failed or memory ended. */
+    bool Failed() const { return m_blFailed; }
+
 private:
     FILE* m_pStream;
     char* m_pBuffer = nullptr;
     size_t m_cbBuffer = 0;
+    bool m_blFailed = false;
 };
 
 } // namespace VESK::Systemd

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <libgen.h>
 #include <pwd.h>
@@ -18,6 +19,7 @@ using VeskTest::CLibraryFault;
 // Looked at from the first call of the program on, before anything is constructed.
 std::array<bool, CLibraryFault::KindCount> active;
 const char* variable = nullptr;
+int statusOfPamEnd = -1;
 
 bool SetsTheVariable(const char* text)
 {
@@ -71,6 +73,15 @@ int getpwuid_r(uid_t user, passwd* entry, char* buffer, size_t size, passwd** re
     return ORIGINAL(getpwuid_r)(user, entry, buffer, size, result);
 }
 
+ssize_t getdelim(char** line, size_t* size, int end, FILE* stream)
+{
+    if (active[CLibraryFault::Getdelim]) {
+        errno = ENOMEM;
+        return -1;
+    }
+    return ORIGINAL(getdelim)(line, size, end, stream);
+}
+
 int pam_start(const char* service, const char* user, const pam_conv* conversation, pam_handle_t** handle)
 {
     if (active[CLibraryFault::PamStart]) {
@@ -87,6 +98,7 @@ char** pam_getenvlist(pam_handle_t* handle)
 
 int pam_end(pam_handle_t* handle, int status)
 {
+    statusOfPamEnd = status;
     const int result = ORIGINAL(pam_end)(handle, status);
     return active[CLibraryFault::PamEnd] ? PAM_SYSTEM_ERR : result;
 }
@@ -126,6 +138,11 @@ CLibraryFault::CLibraryFault(Kind kind, const char* name)
 CLibraryFault::~CLibraryFault()
 {
     active[m_kind] = false;
+}
+
+int CLibraryFault::StatusOfPamEnd()
+{
+    return statusOfPamEnd;
 }
 
 } // namespace VeskTest

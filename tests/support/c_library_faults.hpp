@@ -16,6 +16,7 @@ public:
         Dirname,  // null, EINVAL
         Putenv,   // ENOMEM, for one name only
         Getpwuid, // EIO
+        Getdelim, // ENOMEM
         PamStart, // no handle, PAM_SYSTEM_ERR
         PamGetenvlist,
         PamEnd,       // ends the session, and says PAM_SYSTEM_ERR
@@ -30,6 +31,9 @@ public:
     ~CLibraryFault();
     CLibraryFault(const CLibraryFault&) = delete;
     CLibraryFault& operator=(const CLibraryFault&) = delete;
+
+    // The status that the last PAM transaction was ended with; -1 when there was none.
+    static int StatusOfPamEnd();
 
 private:
     Kind m_kind;

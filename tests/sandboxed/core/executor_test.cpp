@@ -7,6 +7,7 @@
 #include <vector>
 #include <vesksystemd.hpp>
 
+#include "c_library_faults.hpp"
 #include "holdings.hpp"
 #include "scripted_program.hpp"
 #include "signal_storm.hpp"
@@ -180,6 +181,14 @@ TEST_F(ExecutorTest, ReadsAllWhileItsCallsAreInterrupted)
         EXPECT_EQ(executor.GetOutput(), "half a line\n");
     }
     EXPECT_GT(SignalStorm::Count(), 0);
+}
+
+TEST_F(ExecutorTest, LogsOutputThatCannotBeReadToItsEnd)
+{
+    program.OnAny().Stdout("one\n").Exit(3);
+    const CLibraryFault fault(CLibraryFault::Getdelim);
+    EXPECT_EQ(executor.Execute(kProgram, {}), 3);
+    EXPECT_THAT(log.Take(), ElementsAre(Error(kFile, "Failed to read error output")));
 }
 
 TEST_F(ExecutorTest, LogsNothingWhenTheProcessLogsAlertsOnly)

@@ -189,6 +189,24 @@ TEST_F(PamEnvironment, IsPutEvenWhenTheTransactionDoesNotEndWell)
     EXPECT_THAT(log.Take(), ElementsAre(PamError("Failed to pam_end (System error)")));
 }
 
+TEST_F(PamEnvironment, EndsTheTransactionWithTheResultOfItsLastStep)
+{
+    ExpectAsUser(kUser, [] {
+        VESKSystemdPutEnvByPAMSystemd();
+        EXPECT_EQ(CLibraryFault::StatusOfPamEnd(), PAM_SUCCESS);
+    });
+    ExpectAsUser(kUser, [] {
+        const CLibraryFault fault(CLibraryFault::PamGetenvlist);
+        VESKSystemdPutEnvByPAMSystemd();
+        EXPECT_EQ(CLibraryFault::StatusOfPamEnd(), PAM_BUF_ERR);
+    });
+    UseService("session required pam_deny.so\n");
+    ExpectAsUser(kUser, [] {
+        VESKSystemdPutEnvByPAMSystemd();
+        EXPECT_EQ(CLibraryFault::StatusOfPamEnd(), PAM_SESSION_ERR);
+    });
+}
+
 TEST_F(PamEnvironment, LogsATransactionThatDoesNotEndWellBeforeTheUser)
 {
     const CLibraryFault fault(CLibraryFault::PamEnd);
