@@ -242,6 +242,10 @@ VESK_API int VESKCSystemdServiceReasonList(const char* szService, VLIBCSzList** 
  * or a package uses stands in a file of its own, a JSON array, which is replaced as a whole: whatever dies
  * when, it holds the array from before or after. A replaced file keeps its owner and mode; when it cannot, the
  * change fails. One program changes registries at a time; another one fails at once.
+ *
+ * Such a file holds what RFC 8259 allows. Anything else, comments and text after the array included, is damage: it
+ * can be neither read nor changed, and nothing is written over it. Elements that are no strings, numbers of any
+ * size included, are kept byte for byte.
  */
 
 /** Adds a volume to those that a unit uses. One that is there already is a success. */

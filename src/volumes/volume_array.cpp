@@ -1,8 +1,9 @@
 #include "volumes/volume_array.hpp"
 
-#include <exception>
 #include <json/json.h>
 #include <memory>
+
+#include "volumes/json_scan.hpp"
 
 namespace VESK::Systemd
 {
@@ -15,55 +16,46 @@ std::string_view WithoutByteOrderMark(std::string_view svText)
     return svText.substr(0, kMark.size()) == kMark ? svText.substr(kMark.size()) : svText;
 }
 
-bool Parse(std::string_view svText, Json::Value& value)
+bool IsJson(std::string_view svText)
+{
+    JsonScan scan(svText);
+    const bool blValue = scan.Value();
+    scan.Blanks();
+    return blValue && scan.AtEnd();
+}
+
+std::unique_ptr<Json::CharReader> StringReader()
 {
     Json::CharReaderBuilder builder;
-    Json::CharReaderBuilder::strictMode(&builder.settings_);
     builder["strictRoot"] = false;
-    const std::unique_ptr<Json::CharReader> pReader(builder.newCharReader());
-    try {
-        return pReader->parse(svText.data(), svText.data() + svText.size(), &value, nullptr);
-    } catch (const std::exception&) {
-        // Values within values, too deep for the reader.
-        return false;
-    }
+    return std::unique_ptr<Json::CharReader>(builder.newCharReader());
 }
 
-std::string_view Part(std::string_view svText, ptrdiff_t nBegin, ptrdiff_t nEnd)
+/** A string that means no text, half a pair of surrogates, is none: it names no volume, and is kept. */
+VolumeElement Element(std::string_view svText, Json::CharReader& reader)
 {
-    return svText.substr(static_cast<size_t>(nBegin), static_cast<size_t>(nEnd - nBegin));
+    Json::Value value;
+    const bool blString =
+        svText.front() == '"' && reader.parse(svText.data(), svText.data() + svText.size(), &value, nullptr);
+    return {std::string(svText), blString, blString ? value.asString() : ""};
 }
 
-bool HasOnly(std::string_view svText, std::string_view svCharacters)
+/** The elements of an array that is known to be one. */
+VolumeElements Elements(std::string_view svArray)
 {
-    return svText.find_first_not_of(svCharacters) == std::string_view::npos;
-}
-
-/** The reader takes a zero byte for the end of the text, so there may be more. */
-bool IsWhole(const Json::Value& value, std::string_view svText)
-{
-    return HasOnly(svText.substr(static_cast<size_t>(value.getOffsetLimit())), " \t\r\n");
-}
-
-VolumeElement Element(const Json::Value& value, std::string_view svText)
-{
-    return {std::string(Part(svText, value.getOffsetStart(), value.getOffsetLimit())), value.isString(),
-            value.isString() ? value.asString() : ""};
-}
-
-/** False when there is more between the elements than commas and blanks: the reader passes over comments. */
-bool Split(const Json::Value& array, std::string_view svText, VolumeElements& vecElements)
-{
-    constexpr std::string_view kBetween = ", \t\r\n";
-    ptrdiff_t nEnd = array.getOffsetStart() + 1;
-    for (const Json::Value& value : array) {
-        if (!HasOnly(Part(svText, nEnd, value.getOffsetStart()), kBetween)) {
-            return false;
+    VolumeElements vecElements;
+    const std::unique_ptr<Json::CharReader> pReader = StringReader();
+    JsonScan scan(svArray);
+    scan.Take('[');
+    do {
+        scan.Blanks();
+        const size_t nBegin = scan.Place();
+        if (scan.Value()) {
+            vecElements.push_back(Element(svArray.substr(nBegin, scan.Place() - nBegin), *pReader));
         }
-        vecElements.push_back(Element(value, svText));
-        nEnd = value.getOffsetLimit();
-    }
-    return HasOnly(Part(svText, nEnd, array.getOffsetLimit() - 1), kBetween);
+        scan.Blanks();
+    } while (scan.Take(','));
+    return vecElements;
 }
 
 } // namespace
@@ -71,14 +63,15 @@ bool Split(const Json::Value& array, std::string_view svText, VolumeElements& ve
 VolumeArray VolumeArrayParse(std::string_view svText, VolumeElements& vecElements)
 {
     svText = WithoutByteOrderMark(svText);
-    Json::Value value;
-    if (!Parse(svText, value) || !IsWhole(value, svText)) {
+    if (!IsJson(svText)) {
         return VolumeArray::NotJson;
     }
-    if (!value.isArray()) {
+    svText.remove_prefix(svText.find_first_not_of(" \t\r\n"));
+    if (svText.front() != '[') {
         return VolumeArray::NotAnArray;
     }
-    return Split(value, svText, vecElements) ? VolumeArray::Read : VolumeArray::NotJson;
+    vecElements = Elements(svText);
+    return VolumeArray::Read;
 }
 
 VolumeElement VolumeElementMake(const std::string& strVolume)

@@ -26,9 +26,8 @@ enum class VolumeArray {
 };
 
 /**
- * Reads the text of a registry file. What a rewrite would lose does not count as JSON: comments between the
- * elements, and anything after the array. Nor does a number that is too large for a double. Within elements the
- * reader also takes some comments, and numbers such as "01", "+1" and "-"; they are kept.
+ * Reads the text of a registry file. JSON is what RFC 8259 allows, with or without a byte order mark before it:
+ * comments and anything after the array are not, a number of any size is.
  */
 VolumeArray VolumeArrayParse(std::string_view svText, VolumeElements& vecElements);
 
