@@ -6,6 +6,9 @@
  * Units        A unit is named as systemd names it. A name that does not end in one of the eleven unit types
  *              (service, socket, device, mount, automount, swap, target, path, timer, slice, scope) is a
  *              service: "foo" is "foo.service".
+ * Folders      The name of a reason, of a package, and of a unit that has reasons, a registry or a mark names an
+ *              entry of a folder: one with "/" inside, "." and ".." are refused like an empty name, in a list
+ *              for that one alone. Actions of systemctl take paths, as it does; a path gets no mark.
  * Results      An action returns 1 for success and 0 for failure. A query returns its value, -1 for unknown or
  *              failure.
  * Arguments    A null pointer, an empty name or an empty list where one is needed is refused: nothing is run or
@@ -213,7 +216,7 @@ VESK_API int VESKCSystemdServiceList(VLIBCSzList** ppListServices);
 /* ---- Reasons ------------------------------------------------------------------------------------------- */
 /*
  * A service may be held stopped for one or more reasons, each an empty file in the folder of the service in
- * "/run/vesksystemd/reasons/". A reason is a name without "/". Only services may have reasons: any other unit
+ * "/run/vesksystemd/reasons/". Only services may have reasons: any other unit
  * is a failed unit, with 0x0D00 set. The manager reloads its unit files when a service gets its first reason
  * or loses its last. The services of a list that succeed are acted on whatever becomes of the others.
  */

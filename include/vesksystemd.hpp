@@ -4,6 +4,7 @@
  * The conventions of vesksystemd.h hold here, with these differences:
  *
  * Results      An operation returns true for success and false for failure.
+ * Names        A name ends at its first zero byte, everywhere and before anything is checked.
  * Lists        Unit lists are vectors, in the caller's order, passed to systemctl unchanged and not
  *              de-duplicated. Output vectors are appended to, never cleared, unless a declaration says
  *              otherwise; `vecFailed` is appended to only on failure.
@@ -147,7 +148,7 @@ VESK_API std::string UnitNameWithoutFileExtensionGet(const std::string& strName)
  */
 VESK_API std::string UnitPathGet(const std::string& strName);
 
-/** Marks the unit as one whose enable state was changed. Failures are logged only. */
+/** Marks the unit as one whose enable state was changed. Failures are logged only; a path gets no mark. */
 VESK_API void SetEnableStatusChanged(const std::string& strName);
 
 /** Whether the unit has that mark. */
@@ -177,8 +178,8 @@ VESK_API void FailedUnitsCopy(const std::vector<std::string>& vecUnits, std::vec
 
 /**
  * Removes the reason file of each service. Appends to `vecCleared` those that do not have the reason any
- * more, to `vecFailed` the others: a unit that is no service (0x0D00), a file that cannot be removed
- * (0x3900).
+ * more, to `vecFailed` the others: a unit that is no service, a name that is no entry of a folder (0x0D00), a
+ * file that cannot be removed (0x3900).
  */
 VESK_API bool UnlinkReasons(const std::string& strReason, const std::vector<std::string>& vecServices,
                             std::vector<std::string>& vecCleared, std::vector<std::string>& vecFailed);
@@ -651,7 +652,7 @@ VESK_API bool VESKSystemdVolumeUnregister(const std::string& strUnit, const std:
 VESK_API bool VESKSystemdPackageVolumeRegister(const std::string& strPackage, const std::string& strVolume);
 VESK_API bool VESKSystemdPackageVolumeUnregister(const std::string& strPackage, const std::string& strVolume);
 
-/** Whether one of the volumes is registered. Empty arguments are no error, and no lock is taken. */
+/** Whether one of the volumes is registered. Empty arguments are no error, and no lock is taken. Logs no refusal. */
 VESK_API bool VESKSystemdVolumeIsRegisteredByUnit(const std::string& strUnit,
                                                   const std::vector<std::string>& vecVolumes);
 VESK_API bool VESKSystemdVolumeIsRegisteredByPackage(const std::string& strPackage,

@@ -15,7 +15,9 @@
 #include "core/directory.hpp"
 #include "core/glob_result.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/paths.hpp"
+#include "core/reason_folder.hpp"
 #include "core/text.hpp"
 #include "core/unit_types.hpp"
 
@@ -206,8 +208,9 @@ private:
 };
 
 /** The template's name for an instance of a template, the name itself for any other unit. */
-std::string TemplateNameGet(const std::string& strUnit)
+std::string TemplateNameGet(const std::string& strText)
 {
+    const std::string strUnit = BeforeZero(strText);
     const size_t nAt = strUnit.find('@');
     if (nAt == std::string::npos) {
         return strUnit;
@@ -217,19 +220,14 @@ std::string TemplateNameGet(const std::string& strUnit)
     return UnitTypes().count(strType) != 0 ? strTemplate + "." + strType : strTemplate;
 }
 
-std::string ReasonFolder(const std::string& strService)
-{
-    return kReasonsDirectory + NormalizedUnitNameGet(strService);
-}
-
 /** Removes one reason of one service; one that is not there counts as removed. */
 bool ReasonUnlink(const std::string& strReason, const std::string& strService)
 {
-    if (UnitTypeGet(NormalizedUnitNameGet(strService)) != "service") {
+    if (!IsEntryName(strReason) || !MayHaveReasons(strService)) {
         VLIBCErrSetEx(ERR_INVALID_ARGUMENT, VESK_HERE);
         return false;
     }
-    const std::string strFile = ReasonFolder(strService) + "/" + strReason;
+    const std::string strFile = ReasonFolder(strService) + "/" + BeforeZero(strReason);
     if (unlink(strFile.c_str()) == 0 || errno == ENOENT) {
         return true;
     }
@@ -248,19 +246,22 @@ const std::set<std::string>& UnitTypes()
     return kUnitTypes;
 }
 
-std::string NormalizedUnitNameGet(const std::string& strName)
+std::string NormalizedUnitNameGet(const std::string& strText)
 {
+    const std::string strName = BeforeZero(strText);
     return UnitTypes().count(UnitTypeGet(strName)) != 0 ? strName : strName + ".service";
 }
 
-std::string UnitTypeGet(const std::string& strName)
+std::string UnitTypeGet(const std::string& strText)
 {
+    const std::string strName = BeforeZero(strText);
     const size_t nDot = strName.rfind('.');
     return nDot == std::string::npos ? std::string() : strName.substr(nDot + 1);
 }
 
-std::string UnitNameWithoutFileExtensionGet(const std::string& strName)
+std::string UnitNameWithoutFileExtensionGet(const std::string& strText)
 {
+    const std::string strName = BeforeZero(strText);
     return strName.substr(0, strName.rfind('.'));
 }
 
@@ -274,11 +275,16 @@ std::string UnitPathGet(const std::string& strName)
         }
     }
     VLIBCErrSetEx(ERR_NO_UNIT_FILE, VESK_HERE);
-    throw std::runtime_error("Unit is not found [" + strName + "]");
+    throw std::runtime_error("Unit is not found [" + BeforeZero(strName) + "]");
 }
 
 void SetEnableStatusChanged(const std::string& strName)
 {
+    if (!IsEntryName(strName)) {
+        VESK_LOG(LOG_WARNING, "%s:%d vesksystemd: Failed to set enable-status-changed flag for [%s]",
+                 VESK_HERE, strName.c_str());
+        return;
+    }
     const std::string strMark = EnableStatusChangedMark(strName);
     if (VLIBCExec("/bin/mkdir", "-p", kEnableStatusChangedDirectory, nullptr, nullptr) < 0) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to mkdir -p [%s] [0x%04X %s:%d]", VESK_HERE,
@@ -293,7 +299,7 @@ void SetEnableStatusChanged(const std::string& strName)
 
 bool IsEnableStatusChanged(const std::string& strName)
 {
-    return VLIBCFileExist(EnableStatusChangedMark(strName).c_str()) != 0;
+    return IsEntryName(strName) && VLIBCFileExist(EnableStatusChangedMark(strName).c_str()) != 0;
 }
 
 bool Split(const std::string& strText, Texts& vecOut, const std::string& strDelimiters)
@@ -314,7 +320,7 @@ void FailedUnitsGet(const Texts& vecUnits, const Texts& vecLines, Texts& vecFail
 {
     std::map<std::string, std::string> mapCallersNames;
     for (const std::string& strUnit : vecUnits) {
-        mapCallersNames[NormalizedUnitNameGet(strUnit)] = strUnit;
+        mapCallersNames[NormalizedUnitNameGet(strUnit)] = BeforeZero(strUnit);
     }
     for (const std::string& strLine : vecLines) {
         const std::optional<std::string> failed = FailedUnitIn(strLine);
@@ -384,7 +390,7 @@ bool AddUnitSection(const std::string& strDirectory, const std::string& strFile,
                  strDirectory.c_str(), VESK_PLATFORM_ERROR);
         return false;
     }
-    const std::string strPath = strDirectory + "/" + strFile;
+    const std::string strPath = BeforeZero(strDirectory) + "/" + strFile;
     for (const auto& [strKey, strValue] : mapKeyValues) {
         if (!table.Set(strKey, strValue)) {
             VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to VLIBCSzHashSetValue to [%s] [0x%04X %s:%d]",
@@ -403,7 +409,7 @@ bool UnlinkReasons(const std::string& strReason, const Texts& vecServices, Texts
                    Texts& vecFailed)
 {
     bool blResult = true;
-    for (const std::string& strService : vecServices) {
+    for (const std::string& strService : NamesGet(vecServices)) {
         if (ReasonUnlink(strReason, strService)) {
             vecCleared.push_back(strService);
         } else {
@@ -416,6 +422,10 @@ bool UnlinkReasons(const std::string& strReason, const Texts& vecServices, Texts
 
 bool CheckServiceHasReason(const std::string& strService)
 {
+    if (!IsEntryName(strService)) {
+        VLIBCErrSetEx(ERR_INVALID_ARGUMENT, VESK_HERE);
+        return false;
+    }
     // A reason whose name begins with a dot does not count, and an error of glob reads as a reason.
     return GlobResult().Add(ReasonFolder(strService), "/*") != GLOB_NOMATCH;
 }
@@ -445,7 +455,7 @@ bool LinkVeskReason(const std::string& strDirectory, const std::string& strSourc
                  strDirectory.c_str(), VESK_PLATFORM_ERROR);
         return false;
     }
-    const std::string strLink = strDirectory + "vesk-reason.conf";
+    const std::string strLink = BeforeZero(strDirectory) + "vesk-reason.conf";
     if (link(strSource.c_str(), strLink.c_str()) != 0) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to create link from [%s] to [%s] (%m).", VESK_HERE,
                  strLink.c_str(), strSource.c_str());

@@ -12,6 +12,7 @@
 #include "core/child_stream.hpp"
 #include "core/line_reader.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/text.hpp"
 
 using namespace VESK::Systemd;
@@ -223,26 +224,26 @@ int RunMeasured(const Texts& vecCommand, Texts& vecLines)
     return nExitCode;
 }
 
-/** Appends the arguments as the program gets them, so that no more is logged of them. */
 void Append(Texts& vecTo, const Texts& vecFrom)
 {
-    for (const std::string& strText : vecFrom) {
-        vecTo.push_back(BeforeZero(strText));
-    }
+    vecTo.insert(vecTo.end(), vecFrom.begin(), vecFrom.end());
 }
 
 } // namespace
 
-bool VESKSystemdSystemctlUltron(const std::string& strVerb, const SystemctlOpts& opts, const Texts& vecUnits,
-                                Callback&& callback)
+bool VESKSystemdSystemctlUltron(const std::string& strGivenVerb, const SystemctlOpts& opts,
+                                const Texts& vecGivenUnits, Callback&& callback)
 {
-    Texts vecCommand{kSystemctl, BeforeZero(strVerb)};
+    // What is checked here is what the program gets, and no more is logged.
+    const std::string strVerb = BeforeZero(strGivenVerb);
+    const Texts vecUnits = NamesGet(vecGivenUnits);
+    Texts vecCommand{kSystemctl, strVerb};
     if (!opts.blForceSystem && getuid() != 0) {
         vecCommand.emplace_back("--user");
         VESKSystemdPutEnvByPAMSystemd();
     }
     if (opts.pCmdOpts != nullptr) {
-        Append(vecCommand, *opts.pCmdOpts);
+        Append(vecCommand, NamesGet(*opts.pCmdOpts));
     }
     const Verdict verdict = ServiceControlVerdict(strVerb, vecUnits);
     if (verdict == Verdict::RunWithoutBlocking) {

@@ -5,22 +5,21 @@
 #include "core/c_forms.hpp"
 #include "core/directory.hpp"
 #include "core/log.hpp"
-#include "core/paths.hpp"
-#include "core/text.hpp"
+#include "core/names.hpp"
+#include "core/reason_folder.hpp"
 
 using namespace VESK::Systemd;
 
 bool VESKSystemdServiceReasonList(const std::string& strService, Texts& vecReasons)
 {
-    if (!VESK_ARGUMENT(!strService.empty())) {
+    if (!VESK_ARGUMENT_NAME(strService)) {
         return false;
     }
-    const std::string strName = NormalizedUnitNameGet(strService);
-    if (UnitTypeGet(strName) != "service") {
+    if (!MayHaveReasons(strService)) {
         VLIBCErrSetEx(ERR_INVALID_ARGUMENT, VESK_HERE);
         return false;
     }
-    Directory directory(kReasonsDirectory + strName);
+    Directory directory(ReasonFolder(strService));
     if (directory.Error() == ENOENT) {
         return true;
     }

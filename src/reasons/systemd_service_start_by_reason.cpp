@@ -2,6 +2,7 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/text.hpp"
 #include "reasons/reason_change.hpp"
 #include "reasons/reason_forms.hpp"
@@ -10,10 +11,13 @@ using namespace VESK::Systemd;
 
 using std::string;
 
-bool VESKSystemdServiceStartByReason(const string& strReason, const Texts& vecServices, Texts& vecFailed)
+bool VESKSystemdServiceStartByReason(const string& strGivenReason, const Texts& vecGivenServices,
+                                     Texts& vecFailed)
 {
+    const string strReason = BeforeZero(strGivenReason);
+    const Texts vecServices = NamesGet(vecGivenServices);
     if (!VESK_ARGUMENT(!strReason.empty()) || !VESK_ARGUMENT(string::npos == strReason.find("/")) ||
-        !VESK_ARGUMENT(!vecServices.empty())) {
+        !VESK_ARGUMENT(IsEntryName(strReason)) || !VESK_ARGUMENT(!vecServices.empty())) {
         return false;
     }
     VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] starting by reason [%s] ...", VESK_HERE,
@@ -31,7 +35,7 @@ bool VESKSystemdServiceStartByReason(const string& strReason, const Texts& vecSe
 
 bool VESKSystemdServiceStartByReason(const string& strReason, const string& strService)
 {
-    return VESK_ARGUMENT(!strService.empty()) &&
+    return VESK_ARGUMENT_NAME(strService) &&
            OneServiceForm(strReason, strService, VESKSystemdServiceStartByReason);
 }
 

@@ -2,7 +2,8 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
-#include "core/paths.hpp"
+#include "core/names.hpp"
+#include "core/reason_folder.hpp"
 #include "core/text.hpp"
 #include "reasons/reason_change.hpp"
 #include "reasons/reason_forms.hpp"
@@ -17,12 +18,11 @@ namespace
 /** Records the reason for one service. */
 bool ReasonSet(const string& strReason, const string& strService)
 {
-    const string strName = NormalizedUnitNameGet(strService);
-    if (UnitTypeGet(strName) != "service") {
+    if (!MayHaveReasons(strService)) {
         VLIBCErrSetEx(ERR_INVALID_ARGUMENT, VESK_HERE);
         return false;
     }
-    const string strDirectory = kReasonsDirectory + strName;
+    const string strDirectory = ReasonFolder(strService);
     if (VLIBCExec("/bin/mkdir", "-p", strDirectory.c_str(), nullptr, nullptr) < 0) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: failed to mkdir reason directory [%s]", VESK_HERE,
                  strDirectory.c_str());
@@ -39,10 +39,13 @@ bool ReasonSet(const string& strReason, const string& strService)
 
 } // namespace
 
-bool VESKSystemdServiceStopByReason(const string& strReason, const Texts& vecServices, Texts& vecFailed)
+bool VESKSystemdServiceStopByReason(const string& strGivenReason, const Texts& vecGivenServices,
+                                    Texts& vecFailed)
 {
+    const string strReason = BeforeZero(strGivenReason);
+    const Texts vecServices = NamesGet(vecGivenServices);
     if (!VESK_ARGUMENT(!strReason.empty()) || !VESK_ARGUMENT(string::npos == strReason.find("/")) ||
-        !VESK_ARGUMENT(!vecServices.empty())) {
+        !VESK_ARGUMENT(IsEntryName(strReason)) || !VESK_ARGUMENT(!vecServices.empty())) {
         return false;
     }
     VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] stopping by reason [%s] ...", VESK_HERE,
@@ -64,7 +67,7 @@ bool VESKSystemdServiceStopByReason(const string& strReason, const Texts& vecSer
 
 bool VESKSystemdServiceStopByReason(const string& strReason, const string& strService)
 {
-    return VESK_ARGUMENT(!strService.empty()) &&
+    return VESK_ARGUMENT_NAME(strService) &&
            OneServiceForm(strReason, strService, VESKSystemdServiceStopByReason);
 }
 

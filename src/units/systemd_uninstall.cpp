@@ -9,7 +9,9 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/paths.hpp"
+#include "core/reason_folder.hpp"
 #include "core/text.hpp"
 
 using namespace VESK::Systemd;
@@ -160,16 +162,9 @@ bool FilesRemove(const std::string& strUnit)
     return nLeft == 0;
 }
 
-/** Whether a unit's name is that of an entry in a folder; a path would lead out of the folder. */
-bool IsEntryName(const std::string& strName)
-{
-    return strName.find('/') == std::string::npos;
-}
-
 void MarkRemove(const std::string& strUnit)
 {
-    const std::string strName = NormalizedUnitNameGet(strUnit);
-    if (!IsEntryName(strName) || !Delete(kEnableStatusChangedDirectory + strName)) {
+    if (!IsEntryName(strUnit) || !Delete(kEnableStatusChangedDirectory + NormalizedUnitNameGet(strUnit))) {
         VESK_LOG(LOG_WARNING, "%s:%d vesksystemd: Failed to remove enable-status-changed flag for [%s]",
                  VESK_HERE, strUnit.c_str());
     }
@@ -177,9 +172,8 @@ void MarkRemove(const std::string& strUnit)
 
 void ReasonsRemove(const std::string& strUnit)
 {
-    const std::string strName = NormalizedUnitNameGet(strUnit);
-    const std::string strFolder = kReasonsDirectory + strName;
-    if (!IsEntryName(strName) || VLIBCExec("/bin/rm", "-rf", strFolder.c_str(), nullptr, nullptr) < 0) {
+    const std::string strFolder = ReasonFolder(strUnit);
+    if (!IsEntryName(strUnit) || VLIBCExec("/bin/rm", "-rf", strFolder.c_str(), nullptr, nullptr) < 0) {
         VESK_LOG(LOG_WARNING, "%s:%d vesksystemd: Failed to remove reasons for [%s]", VESK_HERE,
                  strUnit.c_str());
     }
@@ -226,8 +220,9 @@ void ForgetFailures(const Texts& vecUnits)
 
 } // namespace
 
-bool VESKSystemdUninstall(const Texts& vecUnits, Texts& vecFailed)
+bool VESKSystemdUninstall(const Texts& vecGivenUnits, Texts& vecFailed)
 {
+    const Texts vecUnits = NamesGet(vecGivenUnits);
     if (!VESK_ARGUMENT(!vecUnits.empty())) {
         return false;
     }
@@ -247,7 +242,7 @@ bool VESKSystemdUninstall(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdUninstall(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdUninstall);
+    return VESK_ARGUMENT_NAME(strUnit) && OneUnitForm(strUnit, VESKSystemdUninstall);
 }
 
 int VESKCSystemdUninstall(const char* szUnit)

@@ -10,7 +10,7 @@
 #include "core/file_text.hpp"
 #include "core/lock_release.hpp"
 #include "core/log.hpp"
-#include "core/text.hpp"
+#include "core/names.hpp"
 #include "core/unique_fd.hpp"
 #include "volumes/volume_array.hpp"
 
@@ -33,7 +33,7 @@ struct Registry {
 
 Registry UnitRegistry(const string& strUnit)
 {
-    return {"/usr/vesk/etc/vesksystemd/volume-register/", NormalizedUnitNameGet(BeforeZero(strUnit))};
+    return {"/usr/vesk/etc/vesksystemd/volume-register/", NormalizedUnitNameGet(strUnit)};
 }
 
 string PackageDirectory(const string& strPackage)
@@ -211,6 +211,16 @@ bool IsAnyRegistered(const Registry& registry, const std::vector<string>& vecVol
                        [&](const string& strVolume) { return IsRegistered(vecElements, strVolume); });
 }
 
+/** Whether a unit or a package of this name can have a registry. */
+bool MayBeRegistered(const string& strName)
+{
+    if (!IsEntryName(strName)) {
+        VLIBCErrSetEx(ERR_INVALID_ARGUMENT, VESK_HERE);
+        return false;
+    }
+    return HasName(strName);
+}
+
 bool IsVolumePath(const string& strVolume)
 {
     return VESK_ARGUMENT(!strVolume.empty()) && VESK_ARGUMENT('/' == strVolume.front()) &&
@@ -221,19 +231,20 @@ bool IsVolumePath(const string& strVolume)
 
 bool VESKSystemdVolumeRegister(const string& strUnit, const string& strVolume)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && IsVolumePath(strVolume) &&
+    return VESK_ARGUMENT_NAME(strUnit) && VESK_ARGUMENT(IsEntryName(strUnit)) && IsVolumePath(strVolume) &&
            Register(UnitRegistry(strUnit), strVolume);
 }
 
 bool VESKSystemdVolumeUnregister(const string& strUnit, const string& strVolume)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && IsVolumePath(strVolume) &&
+    return VESK_ARGUMENT_NAME(strUnit) && VESK_ARGUMENT(IsEntryName(strUnit)) && IsVolumePath(strVolume) &&
            Unregister(UnitRegistry(strUnit), strVolume);
 }
 
 bool VESKSystemdPackageVolumeRegister(const string& strPackage, const string& strVolume)
 {
-    if (!VESK_ARGUMENT(!strPackage.empty()) || !IsVolumePath(strVolume)) {
+    if (!VESK_ARGUMENT_NAME(strPackage) || !VESK_ARGUMENT(IsEntryName(strPackage)) ||
+        !IsVolumePath(strVolume)) {
         return false;
     }
     const string strDirectory = PackageDirectory(strPackage);
@@ -247,18 +258,19 @@ bool VESKSystemdPackageVolumeRegister(const string& strPackage, const string& st
 
 bool VESKSystemdPackageVolumeUnregister(const string& strPackage, const string& strVolume)
 {
-    return VESK_ARGUMENT(!strPackage.empty()) && IsVolumePath(strVolume) &&
-           Unregister(PackageRegistry(strPackage), strVolume);
+    return VESK_ARGUMENT_NAME(strPackage) && VESK_ARGUMENT(IsEntryName(strPackage)) &&
+           IsVolumePath(strVolume) && Unregister(PackageRegistry(strPackage), strVolume);
 }
 
 bool VESKSystemdVolumeIsRegisteredByUnit(const string& strUnit, const std::vector<string>& vecVolumes)
 {
-    return !strUnit.empty() && !vecVolumes.empty() && IsAnyRegistered(UnitRegistry(strUnit), vecVolumes);
+    return !vecVolumes.empty() && MayBeRegistered(strUnit) &&
+           IsAnyRegistered(UnitRegistry(strUnit), vecVolumes);
 }
 
 bool VESKSystemdVolumeIsRegisteredByPackage(const string& strPackage, const std::vector<string>& vecVolumes)
 {
-    return !strPackage.empty() && !vecVolumes.empty() &&
+    return !vecVolumes.empty() && MayBeRegistered(strPackage) &&
            IsAnyRegistered(PackageRegistry(strPackage), vecVolumes);
 }
 

@@ -58,8 +58,6 @@ TEST(NormalizedUnitNameGet, TakesAnything)
 {
     EXPECT_EQ(NormalizedUnitNameGet(""), ".service");
     EXPECT_EQ(NormalizedUnitNameGet("../../etc/passwd"), "../../etc/passwd.service");
-    EXPECT_EQ(NormalizedUnitNameGet(std::string("a\0.socket", 9)), std::string("a\0.socket", 9));
-    EXPECT_EQ(NormalizedUnitNameGet(std::string("a.socket\0", 9)), std::string("a.socket\0.service", 17));
     const std::string longName(1000000, 'x');
     EXPECT_EQ(NormalizedUnitNameGet(longName), longName + ".service");
 }
@@ -92,6 +90,18 @@ TEST(UnitNameWithoutFileExtensionGet, IsTheWholeNameWithoutADot)
 {
     EXPECT_EQ(UnitNameWithoutFileExtensionGet("foo"), "foo");
     EXPECT_EQ(UnitNameWithoutFileExtensionGet(""), "");
+}
+
+TEST(Names, EndAtTheirFirstZeroByte)
+{
+    const std::string mount("a.mount\0.socket", 15);
+    EXPECT_EQ(NormalizedUnitNameGet(mount), "a.mount");
+    EXPECT_EQ(UnitTypeGet(mount), "mount");
+    EXPECT_EQ(UnitNameWithoutFileExtensionGet(mount), "a");
+    EXPECT_EQ(NormalizedUnitNameGet(std::string("a\0.socket", 9)), "a.service");
+    EXPECT_EQ(UnitTypeGet(std::string("a\0.socket", 9)), "");
+    EXPECT_EQ(UnitNameWithoutFileExtensionGet(std::string("a\0b", 3)), "a");
+    EXPECT_EQ(NormalizedUnitNameGet(std::string(16, '\0')), ".service");
 }
 
 // A static object of a program may use the names up to its own end, which comes after that of all objects

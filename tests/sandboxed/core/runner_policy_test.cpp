@@ -154,6 +154,15 @@ protected:
     SyslogCapture log;
 };
 
+TEST_F(ServiceControl, IsThatOfWhatSystemctlGetsOfTheVerbAndTheUnits)
+{
+    AnswerJob(systemctl, "foo", "start");
+    EXPECT_TRUE(RunSystemctl(std::string("start\0x", 7), {std::string("foo\0bar", 7)}).refused);
+    AnswerJob(systemctl, "foo", "stop");
+    EXPECT_EQ(RunSystemctl(std::string("try-restart\0", 12), {std::string("foo\0", 4)}).callbacks, 1);
+    EXPECT_THAT(Commands(systemctl), IsEmpty());
+}
+
 TEST_F(ServiceControl, LogsTheJobAndTheCommandThatItRefuses)
 {
     AnswerJob(systemctl, "b", "start");

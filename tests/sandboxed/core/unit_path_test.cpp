@@ -140,21 +140,35 @@ TEST_F(EnableStatusChanged, LogsAMissingMkdir)
 
 TEST_F(EnableStatusChanged, LogsAMarkThatCannotBeMade)
 {
-    for (const std::string unit : {"no-such-folder/foo", ""}) {
-        SCOPED_TRACE(unit);
-        MakeFolder(folder);
-        RemoveAll(folder + ".service");
-        std::filesystem::create_symlink("/no-such-folder/mark", folder + ".service");
+    MakeFolder(folder);
+    std::filesystem::create_symlink("/no-such-folder/mark", folder + ".service");
+    VESK::Systemd::SetEnableStatusChanged("");
+    const int code = VLIBCErrGet();
+    EXPECT_NE(code, 0);
+    char number[16];
+    std::snprintf(number, sizeof number, "0x%04X", static_cast<unsigned>(code));
+    EXPECT_THAT(log.Take(), ElementsAre(Error("systemd_internal_lib.cpp",
+                                              "vesksystemd: Failed to touch [" + folder + ".service] [" +
+                                                  number + " " + VLIBCErrorGetFile() + ":" +
+                                                  std::to_string(VLIBCErrorGetLine()) + "]")));
+}
+
+TEST_F(EnableStatusChanged, IsNoneForANameThatLeadsOutOfTheFolder)
+{
+    MakeFolder(folder + "inside");
+    WriteText("/usr/vesk/etc/vesksystemd/there.service", "");
+    for (const std::string unit : {"/tmp/foo.service", "../foo", "inside/foo", ".", ".."}) {
         VESK::Systemd::SetEnableStatusChanged(unit);
-        const int code = VLIBCErrGet();
-        EXPECT_NE(code, 0);
-        char number[16];
-        std::snprintf(number, sizeof number, "0x%04X", static_cast<unsigned>(code));
-        EXPECT_THAT(log.Take(), ElementsAre(Error("systemd_internal_lib.cpp",
-                                                  "vesksystemd: Failed to touch [" + folder + unit +
-                                                      ".service] [" + number + " " + VLIBCErrorGetFile() +
-                                                      ":" + std::to_string(VLIBCErrorGetLine()) + "]")));
+        EXPECT_THAT(log.Take(), ElementsAre(Warning("systemd_internal_lib.cpp",
+                                                    "vesksystemd: Failed to set enable-status-changed flag "
+                                                    "for [" +
+                                                        unit + "]")));
     }
+    EXPECT_FALSE(VESK::Systemd::IsEnableStatusChanged("../there"));
+    EXPECT_THAT(ListFolder(folder), ElementsAre("inside"));
+    EXPECT_THAT(ListFolder(folder + "inside"), IsEmpty());
+    EXPECT_THAT(ListFolder("/usr/vesk/etc/vesksystemd"),
+                ElementsAre("enable-status-changed", "there.service"));
 }
 
 } // namespace

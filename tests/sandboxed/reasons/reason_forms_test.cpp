@@ -73,6 +73,56 @@ TEST_P(ReasonForms, RefuseAnEmptyReasonOneWithASlashAndAnEmptyListInThatOrder)
     ExpectRefused("!vecServices.empty()");
 }
 
+TEST_P(ReasonForms, RefuseReasonsThatAreNoEntriesOfAFolder)
+{
+    for (const std::string& reason : {std::string("."), std::string(".."), std::string("..\0x", 4)}) {
+        EXPECT_FALSE(GetParam().list(reason, {"foo"}, failed));
+        ExpectRefused("IsEntryName(strReason)");
+        EXPECT_EQ(GetParam().cOne(reason.c_str(), "foo"), 0);
+        ExpectRefused("IsEntryName(strReason)");
+    }
+}
+
+TEST_P(ReasonForms, TakeNamesUpToTheirFirstZeroByte)
+{
+    EXPECT_FALSE(GetParam().list(std::string(3, '\0'), {"foo"}, failed));
+    ExpectRefused("!strReason.empty()");
+    EXPECT_FALSE(GetParam().one("a", std::string(16, '\0')));
+    ExpectRefused("!strService.empty()");
+    Record("foo.service", "a");
+    EXPECT_TRUE(GetParam().list(std::string("a\0/b", 4), {std::string("foo\0/../bar", 11)}, failed));
+    EXPECT_EQ(systemctl.Calls().at(0).arguments.back(), "foo");
+    EXPECT_THAT(ListFolder("/run/vesksystemd/reasons"), ElementsAre("foo.service"));
+    const bool stops = std::string(GetParam().name) == "Stop";
+    EXPECT_EQ(Exists(ReasonFile("foo.service", "a")), stops);
+    EXPECT_FALSE(
+        GetParam().list("a", {std::string("bar\0.service", 12), std::string("x.timer\0y", 9)}, failed));
+    EXPECT_THAT(failed, ElementsAre("x.timer"));
+}
+
+TEST_P(ReasonForms, RefuseServicesThatAreNoEntriesOfAFolderAndGoOnWithTheOthers)
+{
+    const Words outside = {"../victim", "../../victim", "foo.service/kept", "/victim", ".", ".."};
+    WriteText("/run/vesksystemd/victim.service/a", "");
+    WriteText("/run/victim.service/a", "");
+    for (const std::string& service : outside) {
+        SCOPED_TRACE(service);
+        VLIBCErrSetEx(0, "", 0);
+        failed.clear();
+        systemctl.ForgetCalls();
+        EXPECT_FALSE(GetParam().list("a", {service, "foo"}, failed));
+        EXPECT_EQ(VLIBCErrGet(), 0x0D00);
+        EXPECT_THAT(failed, ElementsAre(service));
+        EXPECT_EQ(systemctl.Calls().at(0).arguments.back(), "foo");
+        EXPECT_FALSE(GetParam().one("a", service));
+        EXPECT_EQ(VLIBCErrGet(), 0x0D00);
+    }
+    EXPECT_TRUE(Exists("/run/vesksystemd/victim.service/a"));
+    EXPECT_TRUE(Exists("/run/victim.service/a"));
+    EXPECT_THAT(ListFolder("/run/vesksystemd/reasons"), ElementsAre("foo.service"));
+    EXPECT_THAT(ListFolder("/run/vesksystemd"), ElementsAre("reasons", "victim.service"));
+}
+
 TEST_P(ReasonForms, RefuseAnEmptyServiceBeforeTheReason)
 {
     EXPECT_FALSE(GetParam().one("", ""));
@@ -146,6 +196,24 @@ TEST_F(Reasons, ListRefusesAnEmptyService)
     EXPECT_EQ(VLIBCErrGet(), 0x0D00);
     EXPECT_THAT(log.Take(),
                 ElementsAre(RefusedArgument("systemd_service_reason_list.cpp", "!strService.empty()")));
+}
+
+TEST_F(Reasons, ListRefusesAServiceThatIsNoEntryOfAFolder)
+{
+    WriteText("/run/vesksystemd/victim.service/a", "");
+    Record("foo.service", "a");
+    for (const char* service : {"../victim", "foo.service/../../victim", ".", ".."}) {
+        Words reasons;
+        VLIBCErrSetEx(0, "", 0);
+        EXPECT_FALSE(VESKSystemdServiceReasonList(service, reasons)) << service;
+        EXPECT_EQ(VLIBCErrGet(), 0x0D00);
+        EXPECT_THAT(reasons, IsEmpty());
+        EXPECT_FALSE(VESK::Systemd::CheckServiceHasReason(service)) << service;
+    }
+    Words reasons;
+    EXPECT_TRUE(VESKSystemdServiceReasonList(std::string("foo\0/x", 6), reasons));
+    EXPECT_THAT(reasons, ElementsAre("a"));
+    EXPECT_FALSE(VESKSystemdServiceReasonList(std::string(1, '\0'), reasons));
 }
 
 TEST_F(Reasons, ListInCRefusesNullInOrder)

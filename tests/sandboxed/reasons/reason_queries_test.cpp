@@ -167,6 +167,26 @@ TEST_F(Reasons, UnlinkTellsClearedAndFailedServicesApartInTheirOrder)
                                                      NotUnlinked("file.service", "a", "Not a directory")})));
 }
 
+TEST_F(Reasons, UnlinkRefusesNamesThatAreNoEntriesOfAFolder)
+{
+    Record("foo.service", "a");
+    WriteText("/run/credentials/db.service/password", "secret");
+    Words cleared;
+    EXPECT_FALSE(UnlinkReasons("password", {"../../credentials/db", "foo"}, cleared, failed));
+    EXPECT_EQ(VLIBCErrGet(), 0x0D00);
+    EXPECT_THAT(cleared, ElementsAre("foo"));
+    EXPECT_THAT(failed, ElementsAre("../../credentials/db"));
+    failed.clear();
+    for (const char* reason : {"../../../credentials/db.service/password", ".", ".."}) {
+        VLIBCErrSetEx(0, "", 0);
+        EXPECT_FALSE(UnlinkReasons(reason, {"foo"}, cleared, failed)) << reason;
+        EXPECT_EQ(VLIBCErrGet(), 0x0D00);
+    }
+    EXPECT_THAT(failed, ElementsAre("foo", "foo", "foo"));
+    EXPECT_EQ(ReadText("/run/credentials/db.service/password"), "secret");
+    EXPECT_THAT(log.Take(), IsEmpty());
+}
+
 TEST_F(Reasons, LinkMakesTheFolderAndAHardLink)
 {
     WriteText("/tmp/reason.conf", "text");

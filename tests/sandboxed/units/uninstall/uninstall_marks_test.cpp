@@ -133,11 +133,31 @@ TEST_F(Uninstall, NeverLeavesTheFoldersForANameWithASlash)
     EXPECT_TRUE(Exists("/run/vesksystemd/reasons/foo.service/kept.service"));
 }
 
+TEST_F(Uninstall, TakesNamesUpToTheirFirstZeroByte)
+{
+    WriteText(Mark("foo.service"), "");
+    WriteText(Reasons("foo.service") + "/why", "");
+    WriteText(Mark("kept.service"), "");
+    WriteText(Reasons("kept.service") + "/why", "");
+    EXPECT_TRUE(Run({std::string("foo\0/../kept", 12)}));
+    EXPECT_THAT(ListFolder(Mark("")), ElementsAre("kept.service"));
+    EXPECT_THAT(ListFolder(Reasons("")), ElementsAre("kept.service"));
+    EXPECT_THAT(log.Take(), ElementsAreArray(LogOf("foo")));
+}
+
+TEST_F(Uninstall, RefusesANameOfZeroBytesAsAnEmptyOne)
+{
+    EXPECT_FALSE(VESKSystemdUninstall(std::string(16, '\0')));
+    EXPECT_EQ(VLIBCErrGet(), 0x0D00);
+    EXPECT_THAT(log.Take(), ElementsAre(RefusedArgument("systemd_uninstall.cpp", "!strUnit.empty()")));
+    EXPECT_THAT(systemctl.Calls(), IsEmpty());
+}
+
 TEST_F(Uninstall, KeepsTheFoldersThemselvesWhateverTheName)
 {
     WriteText(Mark("kept.service"), "");
     WriteText(Reasons("kept.service") + "/why", "");
-    EXPECT_TRUE(Run({".", "..", "*", "?", ""}));
+    EXPECT_TRUE(Run({".", "..", "*", "?", "", std::string(16, '\0')}));
     EXPECT_TRUE(Exists(Mark("kept.service")));
     EXPECT_TRUE(Exists(Reasons("kept.service") + "/why"));
 }

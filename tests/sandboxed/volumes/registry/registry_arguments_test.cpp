@@ -67,6 +67,18 @@ TEST_P(RegistryArguments, AreRefusedInTheirOrder)
     ExpectRefusal("foo", "/volume1/", "'/' != strVolume.back()");
 }
 
+TEST_P(RegistryArguments, MayNotLeadOutOfTheFolder)
+{
+    const std::string condition = std::string("IsEntryName(str") + GetParam().Owner() + ")";
+    for (const char* owner : {"..", ".", "/", "../foo", "foo/..", "foo/../../../tmp"}) {
+        ExpectRefusal(owner, "volume1", condition);
+    }
+    EXPECT_FALSE(GetParam().run(std::string("..\0foo", 6), "/volume1"));
+    ExpectRefusal(condition);
+    EXPECT_FALSE(GetParam().run(std::string(4, '\0'), "/volume1"));
+    ExpectRefusal(std::string("!str") + GetParam().Owner() + ".empty()");
+}
+
 TEST_P(RegistryArguments, AreCheckedBeforeThePackageIs)
 {
     ExpectRefusal("missing", "volume1", "'/' == strVolume.front()");

@@ -73,6 +73,22 @@ TEST_P(RegistryQuery, PassesOverWhatIsNoString)
     ExpectSilence();
 }
 
+TEST_P(RegistryQuery, RefusesNamesThatLeadOutOfTheFolder)
+{
+    WriteText("/var/etc/veskpkg_conf/reg_volume", Volumes({"/volume1"}));
+    WriteText("/tmp/etc/veskpkg_conf/reg_volume", Volumes({"/volume1"}));
+    WriteText(std::string(kUnitFolder) + "../outside.service", Volumes({"/volume1"}));
+    for (const char* owner : {"..", ".", "../outside", "../../tmp", "foo/..", "/"}) {
+        VLIBCErrSetEx(0x1234, "other.c", 7);
+        EXPECT_FALSE(GetParam().run(owner, {"/volume1"})) << owner;
+        EXPECT_EQ(VLIBCErrGet(), 0x0D00) << owner;
+    }
+    EXPECT_THAT(log.Take(), IsEmpty());
+    VLIBCErrSetEx(0x1234, "other.c", 7);
+    EXPECT_FALSE(GetParam().run(std::string(4, '\0'), {"/volume1"}));
+    ExpectSilence();
+}
+
 TEST_P(RegistryQuery, IsFalseAndSilentForNobodyAndForNoVolumes)
 {
     WriteText(GetParam().file, "damaged");
