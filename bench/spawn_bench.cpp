@@ -1,6 +1,7 @@
 // Starting a child and waiting for it, in callers of different size, beside posix_spawn() and fork().
 
 #include <benchmark/benchmark.h>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

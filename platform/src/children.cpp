@@ -4,6 +4,7 @@
 #include "veskcore.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <cstring>
 #include <memory>
 #include <sys/wait.h>

@@ -3,6 +3,7 @@
 #include "veskcore.h"
 
 #include <climits>
+#include <cstddef>
 #include <cstring>
 
 namespace

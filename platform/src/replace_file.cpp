@@ -4,7 +4,9 @@
 #include "unique_fd.h"
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>

@@ -3,6 +3,7 @@
 #include "unit_text.h"
 #include "veskcore.h"
 
+#include <cstddef>
 #include <string>
 #include <unordered_map>
 

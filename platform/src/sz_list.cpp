@@ -1,6 +1,7 @@
 #include "guard.h"
 #include "veskcore.h"
 
+#include <cstddef>
 #include <deque>
 #include <memory>
 #include <string>

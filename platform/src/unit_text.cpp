@@ -1,6 +1,7 @@
 #include "unit_text.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace VESK::Platform
 {

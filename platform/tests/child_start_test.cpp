@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <cstdlib>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <poll.h>

@@ -1,3 +1,4 @@
+#include <cstddef>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <sstream>

@@ -1,5 +1,6 @@
 #include "run_program.hpp"
 
+#include <cstddef>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/resource.h>

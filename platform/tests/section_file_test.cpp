@@ -1,5 +1,6 @@
 #include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <gmock/gmock.h>
 #include <map>
 #include <random>

@@ -1,5 +1,6 @@
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <gmock/gmock.h>
 #include <string>
 #include <sys/wait.h>

@@ -1,5 +1,6 @@
 #include "unit_text.h"
 
+#include <cstddef>
 #include <gmock/gmock.h>
 #include <random>
 #include <string>

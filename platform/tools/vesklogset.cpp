@@ -1,6 +1,7 @@
 // vesklogset MODULE CODE NAMES: writes one entry to the platform's event log and to syslog.
 
 #include <cerrno>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -11,6 +12,7 @@
 #include <string>
 #include <string_view>
 #include <syslog.h>
+#include <system_error>
 #include <unistd.h>
 
 namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstddef>
 #include <ctime>
 #include <fcntl.h>
 #include <sys/prctl.h>

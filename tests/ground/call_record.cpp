@@ -1,5 +1,6 @@
 #include "call_record.hpp"
 
+#include <cstddef>
 #include <cstdlib>
 #include <dirent.h>
 #include <memory>

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <climits>
+#include <cstddef>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>

@@ -2,6 +2,7 @@
 // "TAG NUMBER LENGTH:BYTES\n", the bytes being arbitrary.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>

@@ -1,10 +1,12 @@
 // Runs the launcher from outside and looks at the machine before and after.
 
+#include <csignal>
 #include <fcntl.h>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <map>
 #include <sys/wait.h>
+#include <system_error>
 #include <unistd.h>
 
 #include "children.hpp"

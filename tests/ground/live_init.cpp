@@ -2,6 +2,7 @@
 
 #include <array>
 #include <csignal>
+#include <cstdint>
 #include <exception>
 #include <linux/sched.h>
 #include <poll.h>

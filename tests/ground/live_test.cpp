@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstddef>
+#include <cstdlib>
 #include <gmock/gmock.h>
 #include <sstream>
 #include <string>

@@ -1,5 +1,6 @@
 #include "mounts.hpp"
 
+#include <cstddef>
 #include <fcntl.h>
 #include <sys/mount.h>
 #include <sys/sendfile.h>

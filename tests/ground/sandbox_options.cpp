@@ -1,5 +1,7 @@
 #include "sandbox_options.hpp"
 
+#include <cstddef>
+
 #include "descriptor.hpp"
 #include "error.hpp"
 

@@ -2,6 +2,7 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <sstream>
+#include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
 

@@ -1,6 +1,7 @@
 #include "script.hpp"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace VeskGround
 {

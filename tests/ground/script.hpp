@@ -1,6 +1,7 @@
 // What a scripted program does when it is called: rules that its test wrote, matched against its arguments.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstddef>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/wait.h>

@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <cstddef>
 #include <gmock/gmock.h>
 #include <map>
 #include <sys/wait.h>

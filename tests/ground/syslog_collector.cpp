@@ -1,5 +1,6 @@
 #include "syslog_collector.hpp"
 
+#include <cstddef>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/socket.h>

@@ -1,3 +1,5 @@
+#include <cstddef>
+
 #include "systemctl_adapter.hpp"
 
 namespace VeskGround

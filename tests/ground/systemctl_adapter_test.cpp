@@ -1,5 +1,6 @@
 #include "systemctl_adapter.hpp"
 
+#include <cstddef>
 #include <gmock/gmock.h>
 #include <string>
 #include <vector>

@@ -1,6 +1,8 @@
 // systemctl-stand-in: a program that stands where systemctl (or any other, by the name it is called by) is
 // expected, records every call and answers it by the rules that a test wrote.
 
+#include <cstddef>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>

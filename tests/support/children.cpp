@@ -2,6 +2,7 @@
 
 #include <cctype>
 #include <csignal>
+#include <cstddef>
 #include <exception>
 #include <filesystem>
 #include <list>

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <iosfwd>
+#include <ostream>
 #include <sys/types.h>
 #include <vector>
 

@@ -1,5 +1,6 @@
 #include "disturbance.hpp"
 
+#include <cstddef>
 #include <fcntl.h>
 #include <ostream>
 #include <string>

@@ -2,6 +2,7 @@
 
 #include <iosfwd>
 #include <map>
+#include <ostream>
 #include <string>
 #include <sys/types.h>
 #include <vector>

@@ -1,6 +1,8 @@
 #include "journal_capture.hpp"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <stdexcept>
 #include <syslog.h>

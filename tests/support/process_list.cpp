@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cctype>
+#include <exception>
 #include <filesystem>
 #include <functional>
+#include <system_error>
 #include <unistd.h>
 
 #include "fields.hpp"

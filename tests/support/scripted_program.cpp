@@ -1,5 +1,6 @@
 #include "scripted_program.hpp"
 
+#include <cstdio>
 #include <filesystem>
 #include <set>
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>

@@ -1,6 +1,7 @@
 #include "shell.hpp"
 
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <stdexcept>
 #include <sys/wait.h>

@@ -1,6 +1,7 @@
 #include "syslog_capture.hpp"
 
 #include <chrono>
+#include <cstddef>
 #include <cstdlib>
 #include <ostream>
 #include <sys/socket.h>

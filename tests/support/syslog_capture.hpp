@@ -1,6 +1,7 @@
 // What the processes of a sandbox write to syslog, in the order in which it was sent.
 #pragma once
 
+#include <cstddef>
 #include <gmock/gmock.h>
 #include <iosfwd>
 #include <string>

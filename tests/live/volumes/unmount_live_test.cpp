@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <sys/mount.h>
+#include <system_error>
 #include <vesksystemd.hpp>
 
 #include "children.hpp"

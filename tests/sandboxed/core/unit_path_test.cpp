@@ -1,5 +1,6 @@
 #include <filesystem>
 #include <gmock/gmock.h>
+#include <stdexcept>
 #include <string>
 #include <vesksystemd.hpp>
 

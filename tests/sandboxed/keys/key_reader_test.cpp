@@ -1,4 +1,6 @@
 // Which file, section and key is read.
+#include <stdexcept>
+
 #include "files.hpp"
 #include "key_rows.hpp"
 

@@ -1,5 +1,7 @@
 // Refused arguments, and the forms for one service and for C, of all three operations.
 
+#include <ostream>
+
 #include "c_list.hpp"
 #include "reasons_ground.hpp"
 

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gmock/gmock.h>
+#include <system_error>
 #include <unistd.h>
 #include <vesksystemd.hpp>
 

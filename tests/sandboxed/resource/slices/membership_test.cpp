@@ -1,5 +1,6 @@
 // Which cgroup, unit and slice holds a process.
 
+#include <cerrno>
 #include <climits>
 #include <cstring>
 #include <stdexcept>

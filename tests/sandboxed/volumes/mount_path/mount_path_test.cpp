@@ -1,4 +1,5 @@
 // Which services are found on a mount path, and by which of their files.
+#include <csignal>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>

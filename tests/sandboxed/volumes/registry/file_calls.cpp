@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdarg>
+#include <cstddef>
 #include <cstdio>
 #include <fcntl.h>
 #include <optional>

@@ -2,6 +2,7 @@
 // passes them on.
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <string>

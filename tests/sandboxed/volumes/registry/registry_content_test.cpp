@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <ostream>
 #include <random>
 #include <sys/stat.h>
 

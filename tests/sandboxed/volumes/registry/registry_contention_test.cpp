@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <functional>
+#include <iostream>
 #include <random>
 #include <sstream>
 #include <thread>

@@ -1,6 +1,7 @@
 #include "registry_ground.hpp"
 
 #include <filesystem>
+#include <ostream>
 #include <unistd.h>
 
 #include "file_locks.hpp"

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <iostream>
 #include <new>
 #include <random>
 #include <sys/mman.h>
