@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <ctime>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>

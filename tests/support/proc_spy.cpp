@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <utility>

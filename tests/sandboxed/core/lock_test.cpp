@@ -1,6 +1,7 @@
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vesksystemd.hpp>
 

@@ -1,6 +1,7 @@
 // One isolation: what is run, logged and told, and what becomes of failures.
 
 #include <sys/mount.h>
+#include <unistd.h>
 
 #include "error.hpp"
 #include "isolate_ground.hpp"

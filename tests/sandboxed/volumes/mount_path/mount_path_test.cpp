@@ -1,5 +1,7 @@
 // Which services are found on a mount path, and by which of their files.
 #include <csignal>
+#include <fcntl.h>
+#include <sched.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/mman.h>

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <optional>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
