@@ -331,6 +331,11 @@ VESK_API int VESKCSystemdDefaultTargetSetInGenerator(const char* szDefaultTarget
 /*
  * The movers move the calling process; of one with several threads the first thread, and no other. A slice
  * is a name without "/" that ends in ".slice", and its cgroup must be there.
+ *
+ * In a library built for today's systemd (pkg-config --variable=systemd says "current") systemd's hierarchy
+ * may be cgroup v2, and where there is no hierarchy "veskmonitor" it stands in for that one. There "a-b.slice"
+ * is the one in "a.slice". In cgroup v2 the movers move all threads, and fail for a slice whose units have
+ * controllers, since the kernel then lets it hold no process of its own.
  */
 
 /** The slice of the calling process in the hierarchy "veskmonitor". */

@@ -399,9 +399,9 @@ public:
     std::set<Process> ProcessesGet() const;
 
     /**
-     * Adds samples of the processes of a slice and of the groups right below it, and of no deeper ones. Those
-     * that end meanwhile are left out; false, with nothing added, when another cannot be sampled, and when the
-     * slice is not there.
+     * Adds samples of the processes of a slice and of the groups right below it, and of no deeper ones; in
+     * systemd's own hierarchy (see vesksystemd.h) of all groups below it. Those that end meanwhile are left
+     * out; false, with nothing added, when another cannot be sampled, and when the slice is not there.
      */
     static bool ProcessList(const std::string& strSlice, std::set<Process>& setProcesses);
 
@@ -460,7 +460,8 @@ VESK_API void VESKSystemdLogAction(int nAction, bool blSuccess, const std::vecto
 /**
  * Copies the environment of the calling user's systemd session into that of the process, so that "systemctl
  * --user" finds its manager. Does nothing for root. Failures are logged only. The environment must not be
- * read in other threads meanwhile.
+ * read in other threads meanwhile. Built for today's systemd, XDG_RUNTIME_DIR becomes /run/user/UID if it is
+ * not set then, and that folder is the user's own.
  */
 VESK_API void VESKSystemdPutEnvByPAMSystemd();
 
@@ -736,10 +737,18 @@ VESK_API bool VESKSystemdTargetCarriesGet(const std::string& strTarget, std::vec
 
 /* ---- Slices and cgroups -------------------------------------------------------------------------------- */
 
-/** The path of a process in a hierarchy, named as in /proc/PID/cgroup: "name=systemd", "name=veskmonitor". */
+/**
+ * The path of a process in a hierarchy, named as in /proc/PID/cgroup: "name=systemd", "name=veskmonitor". Built
+ * for today's systemd, these two names stand for its hierarchy and for that of the monitored slices wherever
+ * they are.
+ */
 VESK_API bool VESKSystemdCgroupPathnameGet(int nPid, const std::string& strHierarchy, std::string& strPath);
 
-/** The unit that holds a process. True with `strUnit` as it was for a process outside any unit. */
+/**
+ * The unit that holds a process: the last part of its path. Built for today's systemd, the unit even of a process
+ * in a group that the unit has made; a user's own, for one of a user's systemd. True with `strUnit` as it was for
+ * a process outside any unit.
+ */
 VESK_API bool VESKSystemdGetByPid(int nPid, std::string& strUnit);
 
 VESK_API bool VESKSystemdCgroupMonitorSliceGet(std::string& strSlice);
@@ -747,7 +756,10 @@ VESK_API bool VESKSystemdCgroupMonitorSliceMove(const std::string& strSlice);
 VESK_API bool VESKSystemdCgroupSystemdSliceMove(const std::string& strSlice);
 VESK_API bool VESKSystemdRunAsSystemProcess();
 
-/** Appends the names of the monitored slices, in no order. False when there is none. */
+/**
+ * Appends the names of the monitored slices, in systemd's own hierarchy nested ones as well, in no order. False
+ * when there is none.
+ */
 VESK_API bool VESKSystemdSliceList(std::vector<std::string>& vecSlices);
 
 /**

@@ -8,6 +8,8 @@
 #include "core/file_text.hpp"
 #include "core/glob_result.hpp"
 #include "core/text.hpp"
+#include "resource/cgroup_layout.hpp"
+#include "resource/cgroup_walk.hpp"
 
 namespace VESK::Systemd
 {
@@ -41,13 +43,13 @@ bool ProcessAdd(int nPid, std::set<Process>& setProcesses)
     }
 }
 
-/** The processes in a "tasks" file; false when a line is no number. */
-bool TasksAdd(const std::string& strPath, std::set<Process>& setProcesses)
+/** The processes in a group's file of members; false when a line is no number. */
+bool MembersAdd(const std::string& strPath, std::set<Process>& setProcesses)
 {
     std::string strText;
     if (!FileRead(strPath, strText)) {
-        // The folder of a unit goes with its last process.
-        return errno == ENOENT || errno == ENODEV;
+        // The folder of a unit goes with its last process. The processes of a group of threads are listed above.
+        return errno == ENOENT || errno == ENODEV || errno == EOPNOTSUPP;
     }
     Lines lines(strText);
     for (std::string_view svLine; lines.Next(svLine);) {
@@ -55,6 +57,27 @@ bool TasksAdd(const std::string& strPath, std::set<Process>& setProcesses)
             return false;
         }
     }
+    return true;
+}
+
+/** The files of members of a slice; false when not all could be looked for. */
+bool MembersFind(const CgroupTree& tree, const std::string& strFolder, Texts& vecPaths)
+{
+    if (tree.blNested) {
+        // Units have groups in theirs, as those of systemd for users do.
+        vecPaths.push_back(strFolder + "/" + tree.strMembers);
+        return CgroupsBelow(strFolder, [&](const std::string& strGroup) {
+            vecPaths.push_back(strGroup + "/" + tree.strMembers);
+        });
+    }
+    GlobResult members;
+    for (const char* szGroups : {"/", "/*/"}) {
+        const int nResult = members.Add(strFolder, (szGroups + tree.strMembers).c_str());
+        if (nResult != 0 && nResult != GLOB_NOMATCH) {
+            return false;
+        }
+    }
+    vecPaths.assign(members.begin(), members.end());
     return true;
 }
 
@@ -98,21 +121,16 @@ std::set<Process> Slice::ProcessesGet() const
 
 bool Slice::ProcessList(const std::string& strSlice, std::set<Process>& setProcesses)
 {
-    const std::string strFolder = "/sys/fs/cgroup/veskmonitor/" + strSlice;
-    if (!IsDirectory(strFolder)) {
+    const CgroupTree tree = MonitorTree();
+    const std::string strFolder = CgroupSliceFolder(tree, strSlice);
+    Texts vecPaths;
+    if (!IsDirectory(strFolder) || !MembersFind(tree, strFolder, vecPaths)) {
         return false;
-    }
-    GlobResult tasks;
-    for (const char* szPattern : {"/tasks", "/*/tasks"}) {
-        const int nResult = tasks.Add(strFolder, szPattern);
-        if (nResult != 0 && nResult != GLOB_NOMATCH) {
-            return false;
-        }
     }
     std::set<Process> setFound;
     try {
-        for (const char* szPath : tasks) {
-            if (!TasksAdd(szPath, setFound)) {
+        for (const std::string& strPath : vecPaths) {
+            if (!MembersAdd(strPath, setFound)) {
                 return false;
             }
         }

@@ -5,6 +5,7 @@
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
 #include "core/text.hpp"
+#include "resource/cgroup_layout.hpp"
 
 using namespace VESK::Systemd;
 
@@ -16,11 +17,11 @@ bool VESKSystemdCgroupMonitorSliceGet(std::string& strSlice)
         !Split(strPath, vecFolders, "/")) {
         return false;
     }
-    // The path begins with "/", so the first field is empty.
-    if (vecFolders.size() <= 1 || UnitTypeGet(vecFolders[1]) != "slice") {
+    const std::string strFound = CgroupSliceGet(MonitorTree(), vecFolders);
+    if (strFound.empty()) {
         return false;
     }
-    strSlice = vecFolders[1];
+    strSlice = strFound;
     return true;
 }
 

@@ -2,7 +2,7 @@
 
 #include "core/file_text.hpp"
 #include "core/log.hpp"
-#include "core/text.hpp"
+#include "resource/cgroup_layout.hpp"
 
 using namespace VESK::Systemd;
 
@@ -13,12 +13,10 @@ bool VESKSystemdCgroupPathnameGet(int nPid, const std::string& strHierarchy, std
         if (!FileRead("/proc/" + std::to_string(nPid) + "/cgroup", strText)) {
             return false;
         }
+        const std::string strName = CgroupHierarchyGet(strHierarchy);
         Lines lines(strText);
         for (std::string_view svLine; lines.Next(svLine);) {
-            Texts vecFields;
-            if (Split(std::string(svLine), vecFields, ":") && vecFields.size() == 3 &&
-                vecFields[1] == strHierarchy) {
-                strPath = vecFields[2];
+            if (CgroupLineParse(std::string(svLine), strName, strPath)) {
                 return true;
             }
         }

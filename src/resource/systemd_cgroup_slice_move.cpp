@@ -4,6 +4,7 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "resource/cgroup_layout.hpp"
 #include "resource/pid_write.hpp"
 
 using namespace VESK::Systemd;
@@ -25,7 +26,8 @@ bool MoveToCgroupSlice(const std::string& strSlice, const std::string& strHierar
     if (!VESK_ARGUMENT(!strSlice.empty() && IsSliceName(strSlice))) {
         return false;
     }
-    const std::string strPath = "/sys/fs/cgroup/" + strHierarchy + "/" + strSlice + "/tasks";
+    const CgroupTree tree = CgroupTreeGet(strHierarchy);
+    const std::string strPath = CgroupSliceFolder(tree, strSlice) + "/" + tree.strMembers;
     if (VLIBCFileExist(strPath.c_str()) == 0) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: %s not found", VESK_HERE, strPath.c_str());
         return false;

@@ -1,6 +1,7 @@
 #include "vesksystemd.hpp"
 
 #include "core/text.hpp"
+#include "resource/cgroup_layout.hpp"
 
 using namespace VESK::Systemd;
 
@@ -11,8 +12,9 @@ bool VESKSystemdGetByPid(int nPid, std::string& strUnit)
     if (!VESKSystemdCgroupPathnameGet(nPid, "name=systemd", strPath) || !Split(strPath, vecFolders, "/")) {
         return false;
     }
-    if (!vecFolders.empty() && vecFolders.back().find('.') != std::string::npos) {
-        strUnit = vecFolders.back();
+    const std::string strFound = CgroupUnitGet(vecFolders);
+    if (!strFound.empty()) {
+        strUnit = strFound;
     }
     return true;
 }

@@ -7,11 +7,12 @@
 
 #include "core/file_system.hpp"
 #include "core/file_text.hpp"
-#include "core/glob_result.hpp"
 #include "core/log.hpp"
 #include "core/pause.hpp"
 #include "core/text.hpp"
 #include "core/unique_fd.hpp"
+#include "resource/cgroup_layout.hpp"
+#include "resource/cgroup_walk.hpp"
 
 using namespace VESK::Systemd;
 
@@ -27,13 +28,16 @@ bool IsBelow(const std::string& strPath)
     return path.is_relative() && !path.empty() && path != "." && *path.begin() != "..";
 }
 
-/** Whether a file holds anything. What is not there, or goes meanwhile as a cgroup does, holds nothing. */
+/**
+ * Whether a file holds anything. What is not there, or goes meanwhile as a cgroup does, holds nothing; nor does
+ * a group of threads, whose processes are held by one above it.
+ */
 bool HoldsText(const std::string& strPath)
 {
     const UniqueFd fd(open(strPath.c_str(), O_RDONLY | O_CLOEXEC));
     char cFirst = 0;
     const ssize_t cbRead = fd.IsOpen() ? ReadSome(fd.Get(), &cFirst, sizeof cFirst) : -1;
-    if (cbRead < 0 && errno != ENOENT && errno != ENODEV) {
+    if (cbRead < 0 && errno != ENOENT && errno != ENODEV && errno != EOPNOTSUPP) {
         throw std::system_error(errno, std::generic_category(), strPath);
     }
     return cbRead > 0;
@@ -52,32 +56,19 @@ bool HoldsProcess(const std::string& strFolder)
     return true;
 }
 
-/** Appends the units below a folder that hold processes; false when not all of it could be searched. */
-bool LiveUnitsAppend(const std::string& strFolder, Texts& vecUnits)
-{
-    GlobResult entries;
-    const int nResult = entries.Add(strFolder, "/*");
-    bool blSearched = nResult == 0 || nResult == GLOB_NOMATCH;
-    for (const std::string strEntry : entries) {
-        // A symbolic link is no cgroup, and following it might never end.
-        if (!IsOwnDirectory(strEntry)) {
-            continue;
-        }
-        if (HoldsProcess(strEntry)) {
-            vecUnits.push_back(BaseName(strEntry));
-        }
-        blSearched = LiveUnitsAppend(strEntry, vecUnits) && blSearched;
-    }
-    return blSearched;
-}
-
-/** Whether a slice holds processes; finds the units in it that do. */
+/** Whether a slice holds processes; finds the units in it that do. What cannot be searched may hold some. */
 bool IsLive(const std::string& strSlice, Texts& vecUnits)
 {
-    const std::string strFolder = "/sys/fs/cgroup/systemd/" + strSlice;
+    const std::string strFolder = CgroupSliceFolder(SystemdTree(), strSlice);
+    bool blLive = false;
     vecUnits.clear();
-    const bool blSearched = LiveUnitsAppend(strFolder, vecUnits);
-    return !blSearched || !vecUnits.empty() || HoldsProcess(strFolder);
+    const bool blSearched = CgroupsBelow(strFolder, [&](const std::string& strGroup) {
+        if (HoldsProcess(strGroup)) {
+            blLive = true;
+            CgroupUnitAdd(strGroup.substr(strFolder.size()), vecUnits);
+        }
+    });
+    return !blSearched || blLive || HoldsProcess(strFolder);
 }
 
 void StopUnits(const std::string& strSlice, const Texts& vecUnits)

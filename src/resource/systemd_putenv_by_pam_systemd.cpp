@@ -10,6 +10,7 @@
 
 #include "core/c_memory.hpp"
 #include "core/log.hpp"
+#include "resource/runtime_folder.hpp"
 
 using namespace VESK::Systemd;
 
@@ -125,6 +126,15 @@ bool PutSessionEnvironment(const char* szUser)
     return true;
 }
 
+/** For systemctl, which finds the user's systemd by it, where the session has not told. */
+void PutRuntimeFolder(uid_t uid)
+{
+    const std::string strFolder = RuntimeFolderGet(uid);
+    if (!strFolder.empty() && setenv("XDG_RUNTIME_DIR", strFolder.c_str(), 0) != 0) {
+        VESK_LOG(LOG_ERR, "%s:%d Failed to putenv (%m)", VESK_HERE);
+    }
+}
+
 } // namespace
 
 void VESKSystemdPutEnvByPAMSystemd()
@@ -138,4 +148,5 @@ void VESKSystemdPutEnvByPAMSystemd()
         VESK_LOG(LOG_ERR, "%s:%d Failed to put env by pam systemd for %lld", VESK_HERE,
                  static_cast<long long>(uid));
     }
+    PutRuntimeFolder(uid);
 }

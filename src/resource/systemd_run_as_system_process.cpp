@@ -4,6 +4,7 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "resource/cgroup_layout.hpp"
 #include "resource/pid_write.hpp"
 
 using namespace VESK::Systemd;
@@ -12,7 +13,8 @@ bool VESKSystemdRunAsSystemProcess()
 {
     const int nPid = getpid();
     VESK_LOG(LOG_INFO, "%s:%d vesksystemd: Start moving process pid[%d] out of cgroup", VESK_HERE, nPid);
-    const PidWriteResult result = PidWrite("/sys/fs/cgroup/systemd/tasks", nPid);
+    const CgroupTree tree = SystemdTree();
+    const PidWriteResult result = PidWrite((tree.strFolder + "/" + tree.strMembers).c_str(), nPid);
     if (!result.blOpened) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to open szfDefaultTaskPath", VESK_HERE);
         return false;

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+namespace VESK::Systemd
+{
+
+/**
+ * Visits the control groups below a folder, each before those in it, in the order of the folders. False when not
+ * all of it could be searched.
+ */
+bool CgroupsBelow(const std::string& strFolder,
+                  const std::function<void(const std::string& strGroup)>& visit);
+
+} // namespace VESK::Systemd
