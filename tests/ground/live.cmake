@@ -36,6 +36,10 @@ add_test(NAME docs.testing.ShowsTheLiveExampleAsItIs
         -D QUOTED=${CMAKE_CURRENT_SOURCE_DIR}/live_example_test.cpp -P ${CMAKE_CURRENT_SOURCE_DIR}/check_quote.cmake)
 set_tests_properties(docs.testing.ShowsTheLiveExampleAsItIs PROPERTIES LABELS pure)
 
-# It compares the machine before and after, so no other ground may be made meanwhile.
-add_test(NAME live_host_test COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/live_host_test.sh $<TARGET_FILE:vesk-live>)
-set_tests_properties(live_host_test PROPERTIES LABELS live SKIP_RETURN_CODE 77 RUN_SERIAL TRUE TIMEOUT 300)
+# They compare the machine before and after, so no other ground may be made meanwhile.
+foreach(layout platform unified)
+    add_test(NAME live_host_test.${layout}
+        COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/live_host_test.sh $<TARGET_FILE:vesk-live> ${layout})
+    set_tests_properties(live_host_test.${layout} PROPERTIES
+        LABELS live SKIP_RETURN_CODE 77 RUN_SERIAL TRUE TIMEOUT 300)
+endforeach()

@@ -29,6 +29,8 @@ namespace
 namespace fs = std::filesystem;
 
 const std::string kPrefix = "vesk-live-";
+const std::string kUnified = "unified";
+const std::string kMonitor = "veskmonitor";
 
 // A line of mountinfo: its fields, an optional part, " - ", the type.
 bool IsUnifiedRoot(const std::string& line, std::string& mountPoint)
@@ -165,12 +167,28 @@ void ForgetHierarchy(const std::string& base, const std::string& name)
 
 } // namespace
 
-void MountHierarchies(const std::string& base)
+std::vector<std::string> HierarchiesOf(CgroupLayout layout)
 {
-    for (const char* name : {"systemd", "veskmonitor"}) {
-        MountNamed(base, name);
+    switch (layout) {
+    case CgroupLayout::Unified:
+        return {kUnified};
+    case CgroupLayout::Hybrid:
+        return {"systemd", kUnified};
+    case CgroupLayout::Platform:
+        break;
     }
-    Bind(UnifiedMountPoint(), base + "/unified");
+    return {"systemd", kMonitor, kUnified};
+}
+
+void MountHierarchies(const std::string& base, CgroupLayout layout)
+{
+    for (const std::string& name : HierarchiesOf(layout)) {
+        if (name == kUnified) {
+            Bind(UnifiedMountPoint(), base + "/" + name);
+        } else {
+            MountNamed(base, name);
+        }
+    }
 }
 
 std::string NameForCgroups()
@@ -179,13 +197,18 @@ std::string NameForCgroups()
     return kPrefix + std::to_string(getpid()) + "-" + std::to_string(random());
 }
 
-CgroupFolders CreateCgroups(const std::string& base, const std::string& name)
+std::string SystemFolder(const std::string& base, const std::string& hierarchy, const std::string& name)
+{
+    return FolderOf(base, hierarchy, name) + "/system";
+}
+
+CgroupFolders CreateCgroups(const std::string& base, const CgroupPlan& plan)
 {
     CgroupFolders folders;
-    for (std::size_t i = 0; i < kHierarchies.size(); ++i) {
-        const std::string path = FolderOf(base, kHierarchies.at(i), name);
-        Require(mkdir(path.c_str(), 0755), "create", path);
-        folders.at(i) = OpenPath(path);
+    for (const std::string& hierarchy : HierarchiesOf(plan.layout)) {
+        const std::string path = SystemFolder(base, hierarchy, plan.name);
+        MakeDirectories(path);
+        folders.push_back(OpenPath(path));
     }
     return folders;
 }
@@ -199,16 +222,18 @@ void EnterCgroups(const CgroupFolders& folders)
     }
 }
 
-void RemoveCgroups(const std::string& base, const std::string& name)
+void RemoveCgroups(const std::string& base, const CgroupPlan& plan)
 {
-    for (const char* hierarchy : kHierarchies) {
-        const std::string path = FolderOf(base, hierarchy, name);
+    for (const std::string& hierarchy : HierarchiesOf(plan.layout)) {
+        const std::string path = FolderOf(base, hierarchy, plan.name);
         if (!TryFor(std::chrono::seconds(10), [&] { return RemoveTree(path); })) {
             ThrowErrno("remove", path);
         }
         RemoveAbandoned(base + "/" + hierarchy);
     }
-    ForgetHierarchy(base, "veskmonitor");
+    if (plan.layout == CgroupLayout::Platform) {
+        ForgetHierarchy(base, kMonitor);
+    }
 }
 
 } // namespace VeskGround

@@ -1,9 +1,12 @@
 #!/bin/bash
 # Compares the machine before and after private systems: one that ends by itself, and some whose owner or keeper is
-# killed while they boot or run a command. Usage: live_host_test.sh VESK_LIVE. Exit code 77 when no system can be booted.
+# killed while they boot or run a command. Usage: live_host_test.sh VESK_LIVE LAYOUT, one of "vesk-live --cgroup".
+# Exit code 77 when no system can be booted.
 set -u
 
-live=$1
+live=("$1" --cgroup "$2")
+cgroups=/sys/fs/cgroup/veskmonitor
+[ "$2" = platform ] || cgroups=/sys/fs/cgroup
 patience=15 # seconds; orphans and hierarchies go a little later
 tag=VESK_LIVE_HOST_TEST_$$
 failures=0
@@ -57,20 +60,20 @@ guards_of() { # owner's pid, their names: their pids
 }
 
 start() { # in the background, with a mark by which its keeper is found
-    bash -c 'export '"$tag"'=$$; exec "$@"' start "$live" -- "$@" >/dev/null 2>&1 &
+    bash -c 'export '"$tag"'=$$; exec "$@"' start "${live[@]}" -- "$@" >/dev/null 2>&1 &
     owner=$!
 }
 
 mess='touch /tmp/inside-'$$' /run/inside-'$$' /etc/inside-'$$' /usr/vesk/inside-'$$' /etc/systemd/system/inside-'$$'
     rm -rf /tmp/* /usr/lib/systemd/system/apt*; mount -t tmpfs none /mnt; hostname other; systemctl mask dbus.service
-    systemctl start user@1001.service; mkdir -p /sys/fs/cgroup/veskmonitor/a.slice/b; sleep 1000 & '
+    systemctl start user@1001.service; mkdir -p '$cgroups'/a.slice/b; sleep 1000 & '
 
 tmp_before=$(mktemp)
 trap 'rm -f "$tmp_before"' EXIT
 # Compilers and the like come and go meanwhile.
 names_in_tmp | grep -vE '^(cc|tmp\.|ccache)' >"$tmp_before"
 
-"$live" -- true
+"${live[@]}" -- true
 case $? in
     0) ;;
     77) exit 77 ;;
@@ -112,7 +115,7 @@ sleep 1
 kill -KILL $(guards_of "$owner" "vesk-live-keep vesk-live-watch vesk-live")
 wait "$owner" 2>/dev/null
 sleep 2 # until the machine's init has reaped what was theirs
-"$live" -- true || fail "no system could be booted after a death of all three"
+"${live[@]}" -- true || fail "no system could be booted after a death of all three"
 await_nothing_of "$owner" "the death of all three, and another system,"
 compare "the death of keepers and watchers"
 
@@ -134,6 +137,15 @@ for number in 1 2 3 4; do
 done
 for owner in "${owners[@]}"; do await_nothing_of "$owner" "one of four at once"; done
 compare "four at once"
+
+# There no named hierarchy can be made, as on a machine that has cgroup v2 alone.
+if [ "$2" = unified ]; then
+    unshare --cgroup --mount --propagation private sh -euc '
+        umount --recursive --lazy /sys/fs/cgroup
+        mount -t cgroup2 none /sys/fs/cgroup
+        exec "$@"' sh "${live[@]}" -- systemctl is-system-running --quiet || fail "it needs more than cgroup v2"
+    compare "a system where cgroup v2 is all"
+fi
 
 echo "$failures failures"
 [ $failures -eq 0 ]

@@ -38,15 +38,29 @@ void DieWithParent(const Descriptor& parent)
 }
 
 // The tmpfs becomes read-only before the hierarchies are put on it: they stay writable.
-void MountCgroups(const LiveStage& stage, const std::string& target)
+void BindHierarchies(const LiveStage& stage, const std::string& target)
 {
-    for (const char* hierarchy : kHierarchies) {
+    const std::vector<std::string> hierarchies = HierarchiesOf(stage.cgroupPlan.layout);
+    for (const std::string& hierarchy : hierarchies) {
         MakeDirectories(target + "/" + hierarchy);
     }
     MakeReadOnly(target);
-    for (const char* hierarchy : kHierarchies) {
-        Bind(stage.folder + "/cgroup/" + hierarchy + "/" + stage.cgroupName, target + "/" + hierarchy);
+    for (const std::string& hierarchy : hierarchies) {
+        Bind(SystemFolder(stage.folder + "/cgroup", hierarchy, stage.cgroupPlan.name),
+             target + "/" + hierarchy);
     }
+}
+
+void MountCgroups(const LiveStage& stage, const std::string& target)
+{
+    if (stage.cgroupPlan.layout != CgroupLayout::Unified) {
+        BindHierarchies(stage, target);
+        return;
+    }
+    // In place of the tmpfs. What a new mount shows begins at the root of the cgroup namespace.
+    Require(umount2(target.c_str(), 0), "unmount", target);
+    Require(mount("cgroup2", target.c_str(), "cgroup2", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr),
+            "mount cgroup2 on", target);
 }
 
 void MountQueues(const std::string& target)

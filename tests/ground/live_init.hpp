@@ -13,8 +13,8 @@ namespace VeskGround
 {
 
 struct LiveStage {
-    std::string folder;     // a tmpfs of the keeper's mount namespace: "upper" and "cgroup" are filled
-    std::string cgroupName; // the system's folder in each hierarchy
+    std::string folder; // a tmpfs of the keeper's mount namespace: "upper" and "cgroup" are filled
+    CgroupPlan cgroupPlan;
     CgroupFolders cgroups;
     std::vector<BoundFolder> folders;
 };

@@ -70,17 +70,19 @@ private:
     {
         LiveStage stage;
         stage.folder = kStage;
-        stage.cgroupName = m_plan.cgroupName;
+        stage.cgroupPlan = m_plan.cgroups;
         stage.folders = m_plan.folders;
         EnterStage();
         m_entered = true;
-        MountHierarchies(CgroupBase());
-        stage.cgroups = CreateCgroups(CgroupBase(), stage.cgroupName);
+        MountHierarchies(CgroupBase(), m_plan.cgroups.layout);
+        stage.cgroups = CreateCgroups(CgroupBase(), m_plan.cgroups);
         BuildLiveRoot(stage.folder + "/upper", m_plan.sources);
         m_init = StartLiveInit(stage);
-        SendLiveMessage(
-            m_owner, LiveEvent::Started, std::to_string(m_init.pid),
-            {m_init.pidfd.Get(), stage.cgroups[0].Get(), stage.cgroups[1].Get(), stage.cgroups[2].Get()});
+        std::vector<int> descriptors = {m_init.pidfd.Get()};
+        for (const Descriptor& folder : stage.cgroups) {
+            descriptors.push_back(folder.Get());
+        }
+        SendLiveMessage(m_owner, LiveEvent::Started, std::to_string(m_init.pid), descriptors);
     }
 
     // The owner sends nothing: what can be read of it is its end.
@@ -100,7 +102,7 @@ private:
         }
         try {
             if (m_entered) {
-                RemoveCgroups(CgroupBase(), m_plan.cgroupName);
+                RemoveCgroups(CgroupBase(), m_plan.cgroups);
             }
         } catch (const Error& error) {
             return error.what();
@@ -174,7 +176,7 @@ void BecomeWatcher(const LivePlan& plan, Descriptor owner)
     }
     Name("vesk-live-watch");
     if (!KeeperFinished(keeper)) {
-        CleanUpForKeeper(plan.cgroupName);
+        CleanUpForKeeper(plan.cgroups);
         SendLiveMessage(owner, LiveEvent::Gone, "");
     }
 }
@@ -202,11 +204,11 @@ Descriptor StartLiveKeeper(const LivePlan& plan)
     return std::move(channel.owner);
 }
 
-void CleanUpForKeeper(const std::string& cgroupName)
+void CleanUpForKeeper(const CgroupPlan& cgroups)
 {
     EnterStage();
-    MountHierarchies(CgroupBase());
-    RemoveCgroups(CgroupBase(), cgroupName);
+    MountHierarchies(CgroupBase(), cgroups.layout);
+    RemoveCgroups(CgroupBase(), cgroups);
 }
 
 } // namespace VeskGround

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "descriptor.hpp"
+#include "live_cgroups.hpp"
 #include "live_options.hpp"
 #include "live_root.hpp"
 
@@ -13,7 +14,7 @@ namespace VeskGround
 {
 
 struct LivePlan {
-    std::string cgroupName;
+    CgroupPlan cgroups;
     std::vector<BoundFolder> folders;
     LiveRootSources sources;
 };
@@ -24,6 +25,6 @@ Descriptor StartLiveKeeper(const LivePlan& plan);
 
 // What a keeper that was killed has left: its folders in the hierarchies. Puts the caller into a mount
 // namespace of its own.
-void CleanUpForKeeper(const std::string& cgroupName);
+void CleanUpForKeeper(const CgroupPlan& cgroups);
 
 } // namespace VeskGround

@@ -38,9 +38,11 @@ LivePlan PlanOf(const LiveOptions& options)
 {
     const std::filesystem::path self = std::filesystem::read_symlink("/proc/self/exe");
     LivePlan plan;
-    plan.cgroupName = NameForCgroups();
+    plan.cgroups = {options.layout, NameForCgroups()};
     plan.folders = options.folders;
-    plan.sources.adapter = self.parent_path() / "vesk-systemctl-adapter";
+    if (options.adapter) {
+        plan.sources.adapter = self.parent_path() / "vesk-systemctl-adapter";
+    }
     plan.sources.platform = options.platform;
     return plan;
 }

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "live_cgroups.hpp"
 #include "sandbox_options.hpp"
 
 namespace VeskGround
@@ -13,6 +14,8 @@ namespace VeskGround
 struct LiveOptions {
     std::vector<BoundFolder> folders;
     std::string platform;
+    CgroupLayout layout = CgroupLayout::Platform;
+    bool adapter = true;
     std::vector<std::string> command;
     bool help = false;
 };

@@ -46,6 +46,18 @@ TEST(LiveOptions, TakeThePlatformFromAnInstallPrefix)
     EXPECT_EQ(options.platform, "/p/libexec/vesk-platform");
 }
 
+TEST(LiveOptions, MeanThePlatformWithTheAdapterUnlessTheySayOtherwise)
+{
+    EXPECT_EQ(ParseLiveOptions({}).layout, CgroupLayout::Platform);
+    EXPECT_TRUE(ParseLiveOptions({}).adapter);
+    EXPECT_EQ(ParseLiveOptions({"--cgroup", "platform"}).layout, CgroupLayout::Platform);
+    EXPECT_EQ(ParseLiveOptions({"--cgroup", "hybrid", "x"}).layout, CgroupLayout::Hybrid);
+    const LiveOptions options = ParseLiveOptions({"--no-adapter", "--cgroup", "unified", "x"});
+    EXPECT_EQ(options.layout, CgroupLayout::Unified);
+    EXPECT_FALSE(options.adapter);
+    EXPECT_THAT(options.command, ElementsAre("x"));
+}
+
 TEST(LiveOptions, AreRefusedWithTheReason)
 {
     const auto reason = [](const std::vector<std::string>& arguments) -> std::string {
@@ -59,6 +71,8 @@ TEST(LiveOptions, AreRefusedWithTheReason)
     EXPECT_EQ(reason({"--no-such"}), "unknown option --no-such");
     EXPECT_EQ(reason({"-x", "ls"}), "unknown option -x");
     EXPECT_EQ(reason({"--bind"}), "--bind needs a folder");
+    EXPECT_EQ(reason({"--cgroup"}), "--cgroup needs a layout");
+    EXPECT_EQ(reason({"--cgroup", "v2"}), "--cgroup needs platform, hybrid or unified, not 'v2'");
     EXPECT_EQ(reason({"--platform", ""}), "--platform needs an absolute path, not ''");
     EXPECT_EQ(reason({"--bind-rw", "a/b"}), "--bind-rw needs an absolute path, not 'a/b'");
 }

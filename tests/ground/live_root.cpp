@@ -195,7 +195,9 @@ void BuildLiveRoot(const std::string& upper, const LiveRootSources& sources)
     Users(layer);
     Platform(layer, sources.platform);
     layer.Program(kRealSystemctl, "/usr/bin/systemctl");
-    layer.Program("/usr/bin/systemctl", sources.adapter);
+    if (!sources.adapter.empty()) {
+        layer.Program("/usr/bin/systemctl", sources.adapter);
+    }
 }
 
 } // namespace VeskGround

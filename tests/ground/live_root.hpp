@@ -7,7 +7,7 @@ namespace VeskGround
 {
 
 struct LiveRootSources {
-    std::string adapter;  // the program that stands at /usr/bin/systemctl
+    std::string adapter;  // the program that stands at /usr/bin/systemctl; empty for the machine's own
     std::string platform; // folder of the platform's programs; may be empty
 };
 

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <fcntl.h>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <poll.h>
 #include <sched.h>
@@ -147,9 +148,8 @@ void LiveSystem::AwaitStart()
     }
     m_init = std::stoi(message->text);
     m_initPidfd = std::move(message->descriptors.at(0));
-    for (std::size_t i = 0; i < m_cgroups.size(); ++i) {
-        m_cgroups.at(i) = std::move(message->descriptors.at(i + 1));
-    }
+    const auto folders = std::next(message->descriptors.begin());
+    m_cgroups.assign(std::make_move_iterator(folders), std::make_move_iterator(message->descriptors.end()));
 }
 
 bool LiveSystem::IsDown(int milliseconds) const
@@ -274,7 +274,7 @@ void LiveSystem::AwaitGone()
     if (m_keeper.Get() < 0) {
         return;
     }
-    m_cgroups = CgroupFolders(); // an open folder would keep its hierarchy alive
+    m_cgroups.clear(); // an open folder would keep its hierarchy alive
     shutdown(m_keeper.Get(), SHUT_WR);
     std::optional<LiveMessage> message;
     do {
@@ -285,7 +285,7 @@ void LiveSystem::AwaitGone()
         if (m_init > 0) {
             syscall(SYS_pidfd_send_signal, m_initPidfd.Get(), SIGKILL, nullptr, 0);
         }
-        CleanUpForKeeper(m_plan.cgroupName);
+        CleanUpForKeeper(m_plan.cgroups);
     } else if (!message->text.empty()) {
         throw Error(message->text, kExitSetupFailed);
     }
