@@ -1,10 +1,17 @@
 # vesk_test(TARGET TIER pure|sandboxed|live SOURCES file...
-#     [LIBRARIES target...] [LABELS label...] [SANDBOX_OPTIONS option...] [TIMEOUT seconds])
+#     [LIBRARIES target...] [LABELS label...] [SANDBOX_OPTIONS option...] [GROUNDS ground...] [TIMEOUT seconds])
 #
 # Builds a GoogleTest program and registers each of its tests as a ctest of its own, "TARGET.Suite.Test", labelled
 # with its tier. The tests of the tiers sandboxed and live run through the launcher of their ground, each in a
 # fresh one; the build itself only lists them, which needs no ground. A test that is skipped, or whose ground the
 # machine cannot make, counts as skipped.
+#
+# Tests of the tier live run in each of GROUNDS (live-platform by default) as "TARGET.GROUND.Suite.Test", labelled
+# with the ground too:
+#     live-platform         the library for the platform's systemd, the adapter in front of systemctl
+#     live-current-hybrid   the library for today's systemd and the machine's own systemctl, hybrid cgroups
+#     live-current-unified  the same with cgroup v2 alone
+# A suite whose name ends in OnPlatform, OnCurrent, OnHybrid or OnUnified runs in the grounds of that name alone.
 include_guard()
 
 find_package(GTest REQUIRED)
@@ -21,31 +28,43 @@ if(NOT CMAKE_CXX_COMPILER_LAUNCHER MATCHES "ccache")
     target_precompile_headers(vesk_test_headers PRIVATE <gmock/gmock.h>)
 endif()
 
-# The command in front of a test program of that tier.
-function(vesk_test_launcher tier options result)
+set(VESK_LIVE_GROUNDS live-platform live-current-hybrid live-current-unified)
+set(VESK_OPTIONS_live-platform --cgroup platform)
+set(VESK_OPTIONS_live-current-hybrid --no-adapter --cgroup hybrid)
+set(VESK_OPTIONS_live-current-unified --no-adapter --cgroup unified)
+
+# The command in front of a test program in that ground.
+function(vesk_test_launcher tier ground options result)
     set(build --bind)
     if(VESK_COVERAGE)
         set(build --bind-rw)
     endif()
     set(folders --bind ${CMAKE_SOURCE_DIR} ${build} ${CMAKE_BINARY_DIR})
+    set(tools --platform ${CMAKE_BINARY_DIR}/tests/platform-tools)
     set(command "")
     if(tier STREQUAL "sandboxed")
-        set(command $<TARGET_FILE:vesk-sandbox> ${folders} --platform ${CMAKE_BINARY_DIR}/tests/platform-tools
-            ${options} --)
+        set(command $<TARGET_FILE:vesk-sandbox> ${folders} ${tools} ${options} --)
     elseif(tier STREQUAL "live")
-        set(command $<TARGET_FILE:vesk-live> ${folders} --platform ${CMAKE_BINARY_DIR}/tests/platform-tools
-            ${options} --)
+        # The program was linked with one of the two libraries; the loader finds the ground's own first.
+        string(REGEX REPLACE "^live-([a-z]+).*" "\\1" systemd ${ground})
+        set(command $<TARGET_FILE:vesk-live> ${folders} ${tools} ${VESK_OPTIONS_${ground}} --
+            /usr/bin/env LD_LIBRARY_PATH=$<TARGET_FILE_DIR:vesksystemd_${systemd}>)
     endif()
     set(${result} ${command} PARENT_SCOPE)
 endfunction()
 
 function(vesk_test target)
-    cmake_parse_arguments(TEST "" "TIER;TIMEOUT" "SOURCES;LIBRARIES;LABELS;SANDBOX_OPTIONS" ${ARGN})
+    cmake_parse_arguments(TEST "" "TIER;TIMEOUT" "SOURCES;LIBRARIES;LABELS;SANDBOX_OPTIONS;GROUNDS" ${ARGN})
     if(NOT TEST_TIER MATCHES "^(pure|sandboxed|live)$")
         message(FATAL_ERROR "vesk_test(${target}): TIER is '${TEST_TIER}'; it must be pure, sandboxed or live")
     endif()
     if(NOT TEST_TIMEOUT)
         set(TEST_TIMEOUT 60)
+    endif()
+    if(NOT TEST_TIER STREQUAL "live")
+        set(TEST_GROUNDS ${TEST_TIER})
+    elseif(NOT TEST_GROUNDS)
+        set(TEST_GROUNDS live-platform)
     endif()
 
     add_executable(${target} ${TEST_SOURCES})
@@ -62,17 +81,22 @@ function(vesk_test target)
     if(TEST_TIER STREQUAL "sandboxed")
         add_dependencies(${target} vesk-sandbox vesk_platform_tools systemctl-stand-in)
     elseif(TEST_TIER STREQUAL "live")
-        add_dependencies(${target} vesk-live vesk_platform_tools)
+        add_dependencies(${target} vesk-live vesk_platform_tools vesksystemd_platform vesksystemd_current)
     endif()
 
-    vesk_test_launcher(${TEST_TIER} "${TEST_SANDBOX_OPTIONS}" launcher)
+    set(commands "")
+    foreach(ground IN LISTS TEST_GROUNDS)
+        vesk_test_launcher(${TEST_TIER} ${ground} "${TEST_SANDBOX_OPTIONS}" command)
+        string(APPEND commands "set(command_${ground} [[${command}]])\n")
+    endforeach()
     set(settings ${CMAKE_CURRENT_BINARY_DIR}/${target}_settings.cmake)
     set(tests ${CMAKE_CURRENT_BINARY_DIR}/${target}_tests.cmake)
     file(GENERATE OUTPUT ${settings} CONTENT
 "set(target [[${target}]])
 set(program [[$<TARGET_FILE:${target}>]])
-set(launcher [[${launcher}]])
-set(labels [[${TEST_TIER};${TEST_LABELS}]])
+set(tier [[${TEST_TIER}]])
+set(grounds [[${TEST_GROUNDS}]])
+${commands}set(labels [[${TEST_LABELS}]])
 set(timeout [[${TEST_TIMEOUT}]])
 set(folder [[${CMAKE_CURRENT_BINARY_DIR}]])
 set(tests [[${tests}]])
