@@ -8,6 +8,7 @@ VESK_PACKAGES_TEST=(libgtest-dev libgmock-dev libbenchmark-dev binutils procps u
     systemd dbus libpam-systemd)
 VESK_PACKAGES_CHECK=(clang clang-format clang-tidy shellcheck)
 VESK_PACKAGES_COVERAGE=(gcovr)
+VESK_PACKAGES_FUZZ=(clang libclang-rt-dev)
 
 say() { printf '%s\n' "$*"; }
 die() {
