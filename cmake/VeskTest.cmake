@@ -114,3 +114,9 @@ endif()
 ")
     set_property(DIRECTORY APPEND PROPERTY TEST_INCLUDE_FILES ${include})
 endfunction()
+
+# Lets a test program run with the library for today's systemd, which the loader then finds first.
+function(vesk_test_todays_library target)
+    add_dependencies(${target} vesksystemd_current)
+    set_target_properties(${target} PROPERTIES BUILD_RPATH $<TARGET_FILE_DIR:vesksystemd_current>)
+endfunction()

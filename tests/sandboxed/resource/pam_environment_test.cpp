@@ -4,6 +4,7 @@
 #include <pwd.h>
 #include <security/pam_appl.h>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 #include <vesksystemd.hpp>
@@ -138,6 +139,16 @@ TEST_F(PamEnvironment, StaysTheSameWhenItIsPutAgain)
 TEST_F(PamEnvironment, KeepsTheProcessesOwnWhenTheSessionHasNone)
 {
     UseService("session required pam_permit.so\n");
+    ExpectNoChange();
+    EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+TEST_F(PamEnvironment, IsNotAddedToByTheLibrary)
+{
+    UseService("session required pam_permit.so\n");
+    MakeFolder("/run/user/4711");
+    ASSERT_EQ(chown("/run/user/4711", kUser, kUser), 0);
+    ASSERT_EQ(chmod("/run/user/4711", 0700), 0);
     ExpectNoChange();
     EXPECT_THAT(log.Take(), IsEmpty());
 }
