@@ -9,34 +9,38 @@
 namespace VeskTest
 {
 
-using LogMatchers = std::vector<::testing::Matcher<const SyslogLine&>>;
+using LogMatcher = ::testing::Matcher<const SyslogLine&>;
+using LogMatchers = std::vector<LogMatcher>;
 
 // An argument that was refused.
-inline ::testing::Matcher<const SyslogLine&> RefusedArgument(const std::string& file,
-                                                             const std::string& condition)
+inline LogMatcher RefusedArgument(const std::string& file, const std::string& condition)
 {
     return Error(file, "Invaild Argument (" + condition + ")=[0]\n");
 }
 
-// A daemon-reload, in which systemctl ended with that exit code and that single line.
-inline LogMatchers ReloadLog(int exitCode = 0, const std::string& output = "")
+// How long a run of systemctl took.
+inline LogMatcher RunTime(const std::string& arguments)
 {
     using ::testing::AllOf;
     using ::testing::Field;
-    const auto runTime = AllOf(
-        Field(&SyslogLine::level, 6), Field(&SyslogLine::file, "systemd_systemctl.cpp"),
-        Field(&SyslogLine::message,
-              ::testing::MatchesRegex(
-                  R"(vesksystemd: Execute time for \[/usr/bin/systemctl daemon-reload\] is [0-9]+ ms)")));
+    const std::string start = "vesksystemd: Execute time for [/usr/bin/systemctl " + arguments + "] is ";
+    return AllOf(Field(&SyslogLine::level, 6), Field(&SyslogLine::file, "systemd_systemctl.cpp"),
+                 Field(&SyslogLine::message,
+                       AllOf(::testing::StartsWith(start), ::testing::ContainsRegex("\\] is [0-9]+ ms$"))));
+}
+
+// A daemon-reload, in which systemctl ended with that exit code and printed that.
+inline LogMatchers ReloadLog(int exitCode = 0, const std::string& output = "")
+{
     const std::string failure =
         "vesksystemd: daemon reload failed: ret=[" + std::to_string(exitCode) + "], reason=[" + output + "]";
-    return {Info("systemd_daemon-reload.cpp", "vesksystemd: start daemon reload"), runTime,
+    return {Info("systemd_daemon-reload.cpp", "vesksystemd: start daemon reload"), RunTime("daemon-reload"),
             exitCode == 0 ? Info("systemd_daemon-reload.cpp", "vesksystemd: daemon reload success!")
                           : Error("systemd_daemon-reload.cpp", failure)};
 }
 
 // A run of systemctl that could not be started.
-inline ::testing::Matcher<const SyslogLine&> NotStarted(const std::string& arguments)
+inline LogMatcher NotStarted(const std::string& arguments)
 {
     return Error("systemd_systemctl.cpp",
                  "vesksystemd: fail to execute [/usr/bin/systemctl " + arguments + "].");

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <utility>
 
 #include "c_list.hpp"
 
@@ -13,51 +14,17 @@ namespace VeskTest
 namespace
 {
 
-bool HasForm(const ActionRow& row, Form form)
-{
-    switch (form) {
-    case Form::WithOptions:
-        return row.withOptions != nullptr;
-    case Form::List:
-        return row.list != nullptr;
-    case Form::OneUnit:
-        return row.one != nullptr;
-    case Form::COneUnit:
-        return row.cOne != nullptr;
-    case Form::CGroup:
-        break;
-    }
-    return row.cGroup != nullptr;
-}
-
-std::vector<ActionForm> FormsOf(const std::vector<Form>& forms, const RowCondition& condition)
-{
-    std::vector<ActionForm> result;
-    for (const ActionRow& row : RowsWhere(condition)) {
-        for (const Form form : forms) {
-            if (HasForm(row, form)) {
-                result.push_back({row, form});
-            }
-        }
-    }
-    return result;
-}
-
 const char* FormName(Form form)
 {
-    switch (form) {
-    case Form::WithOptions:
-        return "WithOptions";
-    case Form::List:
-        return "List";
-    case Form::OneUnit:
-        return "OneUnit";
-    case Form::COneUnit:
-        return "COneUnit";
-    case Form::CGroup:
-        break;
-    }
-    return "CGroup";
+    constexpr const char* kNames[] = {"WithOptions", "List", "OneUnit", "COneUnit", "CGroup"};
+    return kNames[static_cast<int>(form)];
+}
+
+std::vector<ActionForm> Without(std::vector<ActionForm> forms,
+                                const std::function<bool(const ActionForm&)>& left)
+{
+    forms.erase(std::remove_if(forms.begin(), forms.end(), left), forms.end());
+    return forms;
 }
 
 bool CallGroup(const ActionRow& row, const Words& units, Words& failed)
@@ -115,19 +82,32 @@ const ActionRow& ActionRowOf(const std::string& name)
     return *std::find_if(rows.begin(), rows.end(), [&](const ActionRow& row) { return row.name == name; });
 }
 
+std::vector<ActionForm> AllForms(const RowCondition& condition)
+{
+    std::vector<ActionForm> result;
+    for (const ActionRow& row : RowsWhere(condition)) {
+        const std::pair<Form, bool> forms[] = {{Form::WithOptions, row.withOptions != nullptr},
+                                               {Form::List, row.list != nullptr},
+                                               {Form::OneUnit, row.one != nullptr},
+                                               {Form::COneUnit, row.cOne != nullptr},
+                                               {Form::CGroup, row.cGroup != nullptr}};
+        for (const auto& [form, exists] : forms) {
+            if (exists) {
+                result.push_back({row, form});
+            }
+        }
+    }
+    return result;
+}
+
 std::vector<ActionForm> FormsOnUnits(const RowCondition& condition)
 {
-    return FormsOf({Form::WithOptions, Form::List, Form::CGroup}, condition);
+    return Without(AllForms(condition), &ActionForm::IsOnOneUnit);
 }
 
 std::vector<ActionForm> FormsOnOneUnit(const RowCondition& condition)
 {
-    return FormsOf({Form::OneUnit, Form::COneUnit}, condition);
-}
-
-std::vector<ActionForm> AllForms(const RowCondition& condition)
-{
-    return FormsOf({Form::WithOptions, Form::List, Form::OneUnit, Form::COneUnit, Form::CGroup}, condition);
+    return Without(AllForms(condition), std::not_fn(&ActionForm::IsOnOneUnit));
 }
 
 std::vector<ActionRow> RowsWhere(const RowCondition& condition)
@@ -148,7 +128,7 @@ std::string ParamName::operator()(const ::testing::TestParamInfo<ActionRow>& inf
 
 std::string ParamName::operator()(const ::testing::TestParamInfo<ActionForm>& info) const
 {
-    return info.param.row.name + std::string("_") + FormName(info.param.form);
+    return info.param.row.name + "_" + FormName(info.param.form);
 }
 
 } // namespace VeskTest

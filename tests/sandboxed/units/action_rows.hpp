@@ -8,10 +8,10 @@
 #include <vector>
 #include <vesksystemd.hpp>
 
+#include "words.hpp"
+
 namespace VeskTest
 {
-
-using Words = std::vector<std::string>;
 
 // How a family tells its outcome.
 enum class Style {
@@ -22,33 +22,37 @@ enum class Style {
 
 // What a family says and does. The texts stand behind "vesksystemd: [units] ".
 struct ActionRow {
-    const char* name;
-    const char* verb;
-    const char* file;
-    const char* begin;
-    const char* done;
-    const char* failed; // in front of ": ret=[...], reason:\n..."
-    const char* notRun;
-
-    bool (*withOptions)(const Words&, const Words&, Words&);
-    bool (*list)(const Words&, Words&);
-    bool (*one)(const std::string&);
-    int (*cOne)(const char*);
-    int (*cGroup)(VLIBCSzList*, VLIBCSzList**);
-
-    Words options{};                      // those that the forms without options pass
-    const char* conflictingJob = nullptr; // the job that makes the runner refuse the verb while booting
-    const char* ownFile = nullptr;        // that of the functions, where it is not the family's
+    std::string name;
+    std::string verb;
+    std::string file;
+    std::string begin;
+    std::string done;
+    std::string failed; // in front of ": ret=[...], reason:\n..."
+    std::string notRun;
     Style style = Style::NamedUnitsFail;
 
-    // The source file that refuses a unit or a null pointer.
-    const char* FileOfForms() const { return ownFile != nullptr ? ownFile : file; }
+    Words options;              // those that the forms without options pass
+    std::string conflictingJob; // the job that makes the runner refuse the verb while booting
+    std::string fileOfForms;    // the source file that refuses a unit or a null pointer
+
+    bool (*withOptions)(const Words&, const Words&, Words&) = nullptr;
+    bool (*list)(const Words&, Words&) = nullptr;
+    bool (*one)(const std::string&) = nullptr;
+    int (*cOne)(const char*) = nullptr;
+    int (*cGroup)(VLIBCSzList*, VLIBCSzList**) = nullptr;
+
+    bool NamesFailed() const { return style == Style::NamedUnitsFail; }
+    bool IsMeasured() const { return !NamesFailed(); }
+    bool SetsMarks() const { return style == Style::AllUnitsFail; }
+    bool IsMask() const { return style == Style::Mask; }
+    bool CanBeRefused() const { return !conflictingJob.empty(); }
+    bool IsRecorded() const { return verb == "start" || verb == "stop"; }
+
+    // The runner asks for the jobs of these units, and passes over those that are going to stop.
+    bool PassesOver() const { return verb == "try-restart" || verb == "reload"; }
 
     // The units that count as failed after a run on UNITS of which systemctl named some.
-    Words FailedOf(const Words& units, const Words& named) const
-    {
-        return style == Style::NamedUnitsFail ? named : units;
-    }
+    Words FailedOf(const Words& units, const Words& named) const { return NamesFailed() ? named : units; }
 };
 
 const std::vector<ActionRow>& ActionRows();
@@ -63,6 +67,7 @@ struct ActionForm {
     Form form;
 
     bool IsC() const { return form == Form::COneUnit || form == Form::CGroup; }
+    bool IsOnOneUnit() const { return form == Form::OneUnit || form == Form::COneUnit; }
 
     // Calls a form that takes a list. A C form gets FAILED as its list and gives it back.
     bool OnUnits(const Words& units, Words& failed) const;
@@ -74,7 +79,8 @@ struct ActionForm {
 std::ostream& operator<<(std::ostream& stream, const ActionRow& row);
 std::ostream& operator<<(std::ostream& stream, const ActionForm& form);
 
-// The functions that exist, of all families that the condition holds for.
+// The functions that exist, of all families that the condition holds for; &ActionRow::cGroup means those that have
+// one.
 using RowCondition = std::function<bool(const ActionRow&)>;
 std::vector<ActionForm> FormsOnUnits(const RowCondition& condition = nullptr);
 std::vector<ActionForm> FormsOnOneUnit(const RowCondition& condition = nullptr);

@@ -2,6 +2,8 @@
 
 #include <syslog.h>
 
+#include "refused.hpp"
+
 namespace VeskTest
 {
 
@@ -16,22 +18,7 @@ Words Command(const ActionRow& row, const Words& units, const Words& options)
     return words;
 }
 
-// The runner asks for the jobs of these verbs' units.
-bool AsksForJobs(const ActionRow& row)
-{
-    return row.verb == std::string("try-restart") || row.verb == std::string("reload");
-}
-
 } // namespace
-
-std::string Joined(const Words& words, const std::string& separator)
-{
-    std::string text;
-    for (const std::string& word : words) {
-        text += (&word == words.data() ? "" : separator) + word;
-    }
-    return text;
-}
 
 ActionGround::ActionGround(const ActionRow& row)
     : m_row(row)
@@ -52,7 +39,7 @@ std::vector<Words> ActionGround::Calls() const
 std::vector<Words> ActionGround::CallsFor(const Words& units, const Words& options) const
 {
     std::vector<Words> calls;
-    if (AsksForJobs(m_row)) {
+    if (m_row.PassesOver()) {
         for (const std::string& unit : units) {
             calls.push_back({"list-jobs", "--no-legend", unit});
         }
@@ -69,15 +56,8 @@ LogMatcher ActionGround::Line(int level, const Words& units, const std::string& 
 LogMatchers ActionGround::LinesOfRun(const Words& units) const
 {
     LogMatchers log{Line(LOG_INFO, units, m_row.begin)};
-    if (m_row.style != Style::NamedUnitsFail) {
-        const std::string start =
-            std::string("vesksystemd: Execute time for [/usr/bin/systemctl ") + m_row.verb;
-        log.push_back(::testing::AllOf(
-            ::testing::Field(&SyslogLine::level, LOG_INFO),
-            ::testing::Field(&SyslogLine::file, "systemd_systemctl.cpp"),
-            ::testing::Field(&SyslogLine::message,
-                             ::testing::AllOf(::testing::StartsWith(start),
-                                              ::testing::ContainsRegex("\\] is [0-9]+ ms$")))));
+    if (m_row.IsMeasured()) {
+        log.push_back(RunTime(Joined(Calls().back(), " ")));
     }
     return log;
 }
@@ -94,9 +74,9 @@ LogMatchers ActionGround::LogOfFailure(const Words& units, const Words& failed, 
 {
     const std::string code = ": ret=[" + std::to_string(exitCode) + "], reason";
     LogMatchers log = LinesOfRun(units);
-    if (m_row.style == Style::Mask) {
-        log.push_back(Error(m_row.file, std::string("vesksystemd: ") + m_row.failed + code + "=[" +
-                                            Joined(lines, ", ") + "]"));
+    if (m_row.IsMask()) {
+        log.push_back(
+            Error(m_row.file, "vesksystemd: " + m_row.failed + code + "=[" + Joined(lines, ", ") + "]"));
         log.push_back(Line(LOG_ERR, failed, m_row.notRun));
     } else {
         log.push_back(Line(LOG_ERR, failed, m_row.failed + code + ":\n" + Joined(lines, "")));
@@ -116,8 +96,7 @@ LogMatchers ActionGround::LogOfMissingSystemctl(const Words& units) const
 {
     LogMatchers log;
     for (const Words& call : CallsFor(units)) {
-        log.push_back(Error("systemd_systemctl.cpp",
-                            "vesksystemd: fail to execute [/usr/bin/systemctl " + Joined(call, " ") + "]."));
+        log.push_back(NotStarted(Joined(call, " ")));
         if (call.front() == "list-jobs") {
             log.push_back(Error("systemd_job_list.cpp", "vesksystemd: list-jobs failed."));
         }
@@ -125,9 +104,12 @@ LogMatchers ActionGround::LogOfMissingSystemctl(const Words& units) const
     return log;
 }
 
-LogMatcher InvalidArgument(const std::string& file, const std::string& condition)
+::testing::AssertionResult ActionGround::Refused(const std::string& file, const std::string& condition)
 {
-    return Error(file, "Invaild Argument (" + condition + ")=[0]\n");
+    if (!Calls().empty()) {
+        return ::testing::AssertionFailure() << "systemctl ran";
+    }
+    return VeskTest::Refused(m_log, file, {condition});
 }
 
 Words HostileNames()

@@ -4,16 +4,11 @@
 
 #include "action_rows.hpp"
 #include "event_log.hpp"
+#include "library_log.hpp"
 #include "scripted_program.hpp"
-#include "syslog_capture.hpp"
 
 namespace VeskTest
 {
-
-using LogMatcher = ::testing::Matcher<const SyslogLine&>;
-using LogMatchers = std::vector<LogMatcher>;
-
-std::string Joined(const Words& words, const std::string& separator);
 
 // A machine without queued jobs, on which every action succeeds until the test says otherwise.
 class ActionGround
@@ -37,6 +32,9 @@ public:
     // What is logged when systemctl cannot be started.
     LogMatchers LogOfMissingSystemctl(const Words& units) const;
 
+    // Whether the last call refused this argument of a function in FILE, and ran and logged nothing else.
+    ::testing::AssertionResult Refused(const std::string& file, const std::string& condition);
+
     ScriptedSystemctl& Systemctl() { return m_systemctl; }
     SyslogCapture& Log() { return m_log; }
 
@@ -50,8 +48,18 @@ private:
     SyslogCapture m_log;
 };
 
-// The line of a refused argument.
-LogMatcher InvalidArgument(const std::string& file, const std::string& condition);
+// A family, or one of its functions, on such a machine.
+class RowTest : public ::testing::TestWithParam<ActionRow>
+{
+protected:
+    ActionGround m_ground{GetParam()};
+};
+
+class FormTest : public ::testing::TestWithParam<ActionForm>
+{
+protected:
+    ActionGround m_ground{GetParam().row};
+};
 
 // Names that nothing may take apart, quote or read as anything else.
 Words HostileNames();

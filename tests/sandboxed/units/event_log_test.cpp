@@ -1,6 +1,4 @@
 // What start and stop write to the event log, and that nothing else does.
-#include <algorithm>
-
 #include "action_test.hpp"
 #include "c_list.hpp"
 #include "unit_files.hpp"
@@ -13,20 +11,13 @@ namespace
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-const Words kRecorded{"start", "stop"};
-
-bool IsRecorded(const ActionRow& row)
-{
-    return std::find(kRecorded.begin(), kRecorded.end(), row.verb) != kRecorded.end();
-}
-
 class EventLogOf
 {
 public:
     explicit EventLogOf(const ActionRow& row)
         : m_ground(row)
-        , m_done(row.verb == std::string("stop") ? "0002" : "0001")
-        , m_failed(row.verb == std::string("stop") ? "0012" : "0011")
+        , m_done(row.verb == "stop" ? "0002" : "0001")
+        , m_failed(row.verb == "stop" ? "0012" : "0011")
     {
         WriteUnitFile(UnitFolder::Usr, "a.service", "[X-Veskline]\nName=First one\n");
         WriteUnitFile(UnitFolder::Usr, "b.service", "[X-Veskline]\nName=Second, %s\n");
@@ -96,7 +87,8 @@ TEST_P(RecordedForm, SucceedsAlsoWhenTheEventLogFails)
                                           "vesksystemd: failed to write vesklog for units: Second, %s")));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, RecordedForm, ::testing::ValuesIn(AllForms(IsRecorded)), ParamName());
+INSTANTIATE_TEST_SUITE_P(Every, RecordedForm, ::testing::ValuesIn(AllForms(&ActionRow::IsRecorded)),
+                         ParamName());
 
 class RecordedUnits : public RecordedForm
 {
@@ -133,10 +125,11 @@ TEST_P(RecordedUnits, LeaveTheErrorRecordOfARefusedListAlone)
     Words failed{"no-file"};
     EXPECT_FALSE(GetParam().OnUnits({}, failed));
     EXPECT_EQ(VLIBCErrGet(), 0x0D00);
-    EXPECT_STREQ(VLIBCErrorGetFile(), GetParam().row.file);
+    EXPECT_EQ(VLIBCErrorGetFile(), GetParam().row.file);
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, RecordedUnits, ::testing::ValuesIn(FormsOnUnits(IsRecorded)), ParamName());
+INSTANTIATE_TEST_SUITE_P(Every, RecordedUnits, ::testing::ValuesIn(FormsOnUnits(&ActionRow::IsRecorded)),
+                         ParamName());
 
 class RecordedRow : public ::testing::TestWithParam<ActionRow>
 {
@@ -151,11 +144,12 @@ TEST_P(RecordedRow, RecordsNothingOfARefusedName)
     EXPECT_THAT(log.Entries(), IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, RecordedRow, ::testing::ValuesIn(RowsWhere(IsRecorded)), ParamName());
+INSTANTIATE_TEST_SUITE_P(Every, RecordedRow, ::testing::ValuesIn(RowsWhere(&ActionRow::IsRecorded)),
+                         ParamName());
 
 TEST(EveryOtherFamily, WritesNothingToTheEventLog)
 {
-    for (const ActionForm& form : AllForms([](const ActionRow& row) { return !IsRecorded(row); })) {
+    for (const ActionForm& form : AllForms(std::not_fn(&ActionRow::IsRecorded))) {
         EventLogOf log(form.row);
         EXPECT_TRUE(form.OnUnit("a")) << form;
         log.Ground().OnVerb().Stderr("Job for a.service failed.\n").Exit(1);

@@ -50,9 +50,7 @@ TEST_P(NamedUnits, LogsAFailedUnitThatIsNotTheCallersAndLeavesItOut)
     EXPECT_THAT(m_ground.Log().Take(), ElementsAreArray(log));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, NamedUnits, ::testing::ValuesIn(FormsOnUnits([](const ActionRow& row) {
-                             return row.style == Style::NamedUnitsFail;
-                         })),
+INSTANTIATE_TEST_SUITE_P(Every, NamedUnits, ::testing::ValuesIn(FormsOnUnits(&ActionRow::NamesFailed)),
                          ParamName());
 
 class AllUnits : public UnitsForm
@@ -78,9 +76,8 @@ TEST_P(AllUnits, CountAsFailedWhenSystemctlPrintsNothing)
                 ElementsAreArray(m_ground.LogOfFailure({"a", "b"}, Logged({"a", "b"}), 255, {})));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, AllUnits, ::testing::ValuesIn(FormsOnUnits([](const ActionRow& row) {
-                             return row.style != Style::NamedUnitsFail;
-                         })),
+INSTANTIATE_TEST_SUITE_P(Every, AllUnits,
+                         ::testing::ValuesIn(FormsOnUnits(std::not_fn(&ActionRow::NamesFailed))),
                          ParamName());
 
 } // namespace

@@ -11,23 +11,17 @@ using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 
-class GroupForm : public ::testing::TestWithParam<ActionRow>
+class GroupForm : public RowTest
 {
 protected:
     void FailWithA() { m_ground.OnVerb().Stderr("Job for a.service failed.\n").Exit(1); }
-
-    ActionGround m_ground{GetParam()};
 };
 
 TEST_P(GroupForm, RefusesANullList)
 {
     CList failed({"earlier"});
     EXPECT_EQ(GetParam().cGroup(nullptr, failed.Address()), 0);
-    EXPECT_EQ(VLIBCErrGet(), 0x0D00);
-    EXPECT_STREQ(VLIBCErrorGetFile(), GetParam().FileOfForms());
-    EXPECT_THAT(m_ground.Log().Take(),
-                ElementsAre(InvalidArgument(GetParam().FileOfForms(), "nullptr != pListUnits")));
-    EXPECT_THAT(m_ground.Calls(), IsEmpty());
+    EXPECT_TRUE(m_ground.Refused(GetParam().fileOfForms, "nullptr != pListUnits"));
     EXPECT_THAT(failed.Items(), ElementsAre("earlier"));
 }
 
@@ -64,15 +58,10 @@ TEST_P(GroupForm, MayCollectFailedUnitsInTheListOfUnits)
     EXPECT_THAT(units.Items(), ElementsAre("a", "a"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, GroupForm, ::testing::ValuesIn(RowsWhere([](const ActionRow& row) {
-                             return row.cGroup != nullptr;
-                         })),
-                         ParamName());
+INSTANTIATE_TEST_SUITE_P(Every, GroupForm, ::testing::ValuesIn(RowsWhere(&ActionRow::cGroup)), ParamName());
 
-class OptionsForm : public ::testing::TestWithParam<ActionRow>
+class OptionsForm : public RowTest
 {
-protected:
-    ActionGround m_ground{GetParam()};
 };
 
 TEST_P(OptionsForm, PassesOptionsInTheirOrderBetweenVerbAndUnits)
@@ -103,14 +92,10 @@ TEST_P(OptionsForm, RefusesAnEmptyListWhateverTheOptions)
 {
     Words failed;
     EXPECT_FALSE(GetParam().withOptions({"--quiet"}, {}, failed));
-    EXPECT_EQ(VLIBCErrGet(), 0x0D00);
-    EXPECT_THAT(m_ground.Log().Take(), ElementsAre(InvalidArgument(GetParam().file, "!vecUnits.empty()")));
-    EXPECT_THAT(m_ground.Calls(), IsEmpty());
+    EXPECT_TRUE(m_ground.Refused(GetParam().file, "!vecUnits.empty()"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, OptionsForm, ::testing::ValuesIn(RowsWhere([](const ActionRow& row) {
-                             return row.withOptions != nullptr;
-                         })),
+INSTANTIATE_TEST_SUITE_P(Every, OptionsForm, ::testing::ValuesIn(RowsWhere(&ActionRow::withOptions)),
                          ParamName());
 
 } // namespace

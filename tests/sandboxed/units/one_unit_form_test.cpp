@@ -6,16 +6,13 @@ namespace VeskTest
 namespace
 {
 
-using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 
-class OneUnit : public ::testing::TestWithParam<ActionForm>
+class OneUnit : public FormTest
 {
 protected:
     bool Call(const std::string& unit) { return GetParam().OnUnit(unit); }
-
-    ActionGround m_ground{GetParam().row};
 };
 
 TEST_P(OneUnit, IsPassedToSystemctlAndSucceeds)
@@ -61,42 +58,29 @@ TEST_P(OneUnit, MayHaveAnyNameButNone)
 
 INSTANTIATE_TEST_SUITE_P(Every, OneUnit, ::testing::ValuesIn(FormsOnOneUnit()), ParamName());
 
-class OneUnitForm : public ::testing::TestWithParam<ActionRow>
+class OneUnitForm : public RowTest
 {
-protected:
-    void ExpectRefused(const char* condition)
-    {
-        EXPECT_EQ(VLIBCErrGet(), 0x0D00);
-        EXPECT_STREQ(VLIBCErrorGetFile(), GetParam().FileOfForms());
-        EXPECT_THAT(m_ground.Log().Take(), ElementsAre(InvalidArgument(GetParam().FileOfForms(), condition)));
-        EXPECT_THAT(m_ground.Calls(), IsEmpty());
-    }
-
-    ActionGround m_ground{GetParam()};
 };
 
 TEST_P(OneUnitForm, RefusesAnEmptyNameAndRunsNothing)
 {
     EXPECT_FALSE(GetParam().one(""));
-    ExpectRefused("!strUnit.empty()");
+    EXPECT_TRUE(m_ground.Refused(GetParam().fileOfForms, "!strUnit.empty()"));
 }
 
 TEST_P(OneUnitForm, RefusesAnEmptyNameFromC)
 {
     EXPECT_EQ(GetParam().cOne(""), 0);
-    ExpectRefused("!strUnit.empty()");
+    EXPECT_TRUE(m_ground.Refused(GetParam().fileOfForms, "!strUnit.empty()"));
 }
 
 TEST_P(OneUnitForm, RefusesANullPointerFromC)
 {
     EXPECT_EQ(GetParam().cOne(nullptr), 0);
-    ExpectRefused("nullptr != szUnit");
+    EXPECT_TRUE(m_ground.Refused(GetParam().fileOfForms, "nullptr != szUnit"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, OneUnitForm, ::testing::ValuesIn(RowsWhere([](const ActionRow& row) {
-                             return row.one != nullptr;
-                         })),
-                         ParamName());
+INSTANTIATE_TEST_SUITE_P(Every, OneUnitForm, ::testing::ValuesIn(RowsWhere(&ActionRow::one)), ParamName());
 
 } // namespace
 } // namespace VeskTest

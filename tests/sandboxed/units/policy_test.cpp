@@ -10,12 +10,7 @@ namespace
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 
-bool CanBeRefused(const ActionRow& row)
-{
-    return row.conflictingJob != nullptr;
-}
-
-class ActionWhileBooting : public ::testing::TestWithParam<ActionForm>
+class ActionWhileBooting : public FormTest
 {
 protected:
     ActionWhileBooting()
@@ -34,7 +29,6 @@ protected:
     }
 
     const std::string m_job = GetParam().row.conflictingJob;
-    ActionGround m_ground{GetParam().row};
 };
 
 TEST_P(ActionWhileBooting, IsRefusedForAQueuedJobAndRunsNothing)
@@ -56,28 +50,28 @@ TEST_P(ActionWhileBooting, RunsOnceTheBootIsOver)
     EXPECT_EQ(m_ground.Calls(), m_ground.CallsFor({"foo"}));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, ActionWhileBooting, ::testing::ValuesIn(AllForms(CanBeRefused)), ParamName());
+INSTANTIATE_TEST_SUITE_P(Every, ActionWhileBooting, ::testing::ValuesIn(AllForms(&ActionRow::CanBeRefused)),
+                         ParamName());
 
-class ActionsWhileBooting : public ::testing::TestWithParam<ActionForm>
+class ActionsWhileBooting : public FormTest
 {
 };
 
 TEST_P(ActionsWhileBooting, CountAllUnitsAsFailedWhenOneHasAJob)
 {
     const ActionForm& form = GetParam();
-    ActionGround ground(form.row);
     SetBootStep(0);
-    ground.Systemctl()
+    m_ground.Systemctl()
         .On({"list-jobs", "--no-legend", "b"})
-        .Stdout(std::string("7 b.service ") + form.row.conflictingJob + " running\n")
+        .Stdout("7 b.service " + form.row.conflictingJob + " running\n")
         .Exit(1);
     Words failed{"earlier"};
     EXPECT_FALSE(form.OnUnits({"a", "b", "c", "a"}, failed));
     EXPECT_THAT(failed, ElementsAre("earlier", "a", "b", "c", "a"));
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, ActionsWhileBooting, ::testing::ValuesIn(FormsOnUnits(CanBeRefused)),
-                         ParamName());
+INSTANTIATE_TEST_SUITE_P(Every, ActionsWhileBooting,
+                         ::testing::ValuesIn(FormsOnUnits(&ActionRow::CanBeRefused)), ParamName());
 
 } // namespace
 } // namespace VeskTest

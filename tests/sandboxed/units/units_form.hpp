@@ -6,7 +6,7 @@ namespace VeskTest
 {
 
 // A function that takes a list of units, called with a list of failed units that is not empty.
-class UnitsForm : public ::testing::TestWithParam<ActionForm>
+class UnitsForm : public FormTest
 {
 protected:
     bool Call(const Words& units) { return GetParam().OnUnits(units, m_failed); }
@@ -22,10 +22,8 @@ protected:
     Words Logged(const Words& failed) const { return GetParam().IsC() ? failed : WithBefore(failed); }
 
     // A mask counts units that failed before as its own.
-    const Words m_before =
-        GetParam().row.style == Style::Mask && !GetParam().IsC() ? Words{} : Words{"earlier"};
+    const Words m_before = GetParam().row.IsMask() && !GetParam().IsC() ? Words{} : Words{"earlier"};
     Words m_failed = m_before;
-    ActionGround m_ground{GetParam().row};
 };
 
 } // namespace VeskTest

@@ -54,7 +54,7 @@ TEST(Reload, IsNotRefusedWhileBootingButToldOnceMoreNotToBlock)
     EXPECT_EQ(ground.Calls().back(), (Words{"reload", "--no-block", "--no-block", "a"}));
 }
 
-class PassesOver : public ::testing::TestWithParam<ActionForm>
+class PassesOver : public FormTest
 {
 protected:
     void QueueStopJob(const std::string& unit)
@@ -70,8 +70,6 @@ protected:
         return Info("systemd_systemctl.cpp",
                     "vesksystemd: [" + unit + "] type [2] state [2] is going to stop.");
     }
-
-    ActionGround m_ground{GetParam().row};
 };
 
 TEST_P(PassesOver, UnitsThatAreGoingToStop)
@@ -99,10 +97,7 @@ TEST_P(PassesOver, EverythingAndSucceedsWithoutARun)
     EXPECT_THAT(failed, IsEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Every, PassesOver, ::testing::ValuesIn(FormsOnUnits([](const ActionRow& row) {
-                             return row.verb == std::string("try-restart") ||
-                                    row.verb == std::string("reload");
-                         })),
+INSTANTIATE_TEST_SUITE_P(Every, PassesOver, ::testing::ValuesIn(FormsOnUnits(&ActionRow::PassesOver)),
                          ParamName());
 
 } // namespace
