@@ -315,7 +315,7 @@ TEST_F(Launcher, ServesAnOrdinaryUser)
     if (probe.ending == Exited(77)) {
         GTEST_SKIP() << probe.output;
     }
-    EXPECT_EQ(RunShell(user + " -- sh -c 'id -u; mkdir -p /run/a /usr/vesk/b /etc/systemd/system/c;"
+    EXPECT_EQ(RunShell(user + " -- sh -c 'id -u; mkdir -p /run/a /opt/a /usr/vesk/b /etc/systemd/system/c;"
                               " /usr/bin/systemctl start foo; echo $?; ls /etc/systemd/system' 2>&1")
                   .output,
               "0\nunexpected call: systemctl start foo\n199\nc\n");

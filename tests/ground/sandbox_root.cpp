@@ -86,11 +86,12 @@ void PrepareUpperLayer()
         MakeDirectories(kUpper + folder.path);
     }
     MakeDirectories(kUpper + "/usr/bin");
+    MakeDirectories(kUpper + "/opt");
 }
 
 bool IsBelowOverlay(const std::string& name)
 {
-    return name == "usr" || name == "etc" || name == "var";
+    return name == "usr" || name == "etc" || name == "var" || name == "opt";
 }
 
 void CopyLink(const std::string& from, const std::string& to)
