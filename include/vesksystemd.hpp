@@ -26,6 +26,9 @@
 #include <utility>
 #include <vector>
 
+#if !__has_include(<boost/optional/optional.hpp>)
+#    error "vesksystemd.hpp needs the headers of Boost 1.74 or later (Debian: libboost-dev)"
+#endif
 #include <boost/optional/optional.hpp>
 
 #include "vesksystemd.h"

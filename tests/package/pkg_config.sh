@@ -1,12 +1,7 @@
 #!/bin/sh
-# C99 and C++17 programs build and run with the flags of pkg-config alone.
+# The programs in examples/ build and run with the flags of pkg-config alone.
 . "$SOURCE/tests/package/lib.sh"
-. "$SOURCE/tests/package/expected.sh"
 
-build c99 "$SOURCE/tests/package/consumer/names.c" "$WORK/names_c"
-run "$WORK/names_c" 0 "$names_c"
-build c++17 "$SOURCE/tests/package/consumer/names.cpp" "$WORK/names_cpp"
-run "$WORK/names_cpp" 0 "$names_cpp"
 build c99 "$SOURCE/examples/start_unit.c" "$WORK/start_unit"
 build c99 "$SOURCE/examples/hold_service.c" "$WORK/hold_service"
 run "$WORK/start_unit" 1 'start: failed'

@@ -1,7 +1,7 @@
 #!/bin/sh
 # The three commands of the README build and install the library, without the packages that only tests need.
 . "$SOURCE/tests/package/lib.sh"
-. "$SOURCE/tests/package/expected.sh"
+. "$SOURCE/tests/package/consumers.sh"
 
 PREFIX=$WORK/installed
 build_library() {
@@ -10,6 +10,6 @@ build_library() {
 }
 
 build_library >"$WORK/log" 2>&1 || { tail -n 40 "$WORK/log"; fail 'the build fails'; }
-build c99 "$SOURCE/tests/package/consumer/names.c" "$WORK/names_c"
-run "$WORK/names_c" 0 "$names_c"
+libdir=$PREFIX/lib
+consumers "$PREFIX"
 finish

@@ -2,7 +2,7 @@
 # VESK_PLATFORM=system builds against the platform's own libraries and installs none of them. The bundled ones,
 # in a prefix of their own, stand in for the platform's.
 . "$SOURCE/tests/package/lib.sh"
-. "$SOURCE/tests/package/expected.sh"
+. "$SOURCE/tests/package/consumers.sh"
 
 platform=$WORK/platform
 mkdir -p "$platform/include" "$platform/lib" || exit 1
@@ -21,17 +21,27 @@ fi
 grep -q "VESK_PLATFORM=system needs the platform's veskcore" "$WORK/log" || fail 'the missing platform is not told'
 build_library "$platform" >"$WORK/log" 2>&1 || { tail -n 40 "$WORK/log"; fail 'the build fails'; }
 
-(cd "$WORK/installed" && find . ! -type d | sed 's|^\./||; s|Targets-[a-z]*\.cmake$|Targets-BUILDTYPE.cmake|' | sort) \
-    >"$WORK/files.txt"
-grep -vE 'libvesk(core|bootseq)\.so|veskcore\.h|veskbootseq\.h|libexec/' \
-    "$SOURCE/tests/package/installed-files.txt" >"$WORK/files-expected.txt"
+installed_files "$WORK/installed" >"$WORK/files.txt"
+{
+    echo lib/cmake/vesksystemd/VeskSystemPlatform.cmake
+    grep -vE 'libvesk(core|bootseq)\.so|veskcore\.h|veskbootseq\.h|libexec/' "$SOURCE/tests/package/installed-files.txt"
+} | sort >"$WORK/files-expected.txt"
 same 'other files are installed' "$WORK/files-expected.txt" "$WORK/files.txt"
 
-# As on the platform, whose headers and libraries the compiler finds by itself.
+# Those who use it need not know where the platform was found; the loader has to.
 PREFIX=$WORK/installed
+libdir=$PREFIX/lib
 more_libraries=$platform/lib
-CC="$CC -I$platform/include -L$platform/lib -Wl,-rpath-link,$platform/lib"
-CXX="$CXX -I$platform/include -L$platform/lib -Wl,-rpath-link,$platform/lib"
-build c99 "$SOURCE/tests/package/consumer/names.c" "$WORK/names_c"
-run "$WORK/names_c" 0 "$names_c"
+consumers "$PREFIX"
+
+# Nor, with CMake, where it is now.
+mv "$platform" "$WORK/moved"
+if cmake_consumer "$PREFIX"; then
+    fail 'the consumer does without the platform'
+fi
+tr -s ' \n' ' ' <"$WORK/consumer.log" | grep -qF "It was built for the platform's own veskcore: library " ||
+    { cat "$WORK/consumer.log"; fail 'the missing platform is not told'; }
+cmake_consumer "$PREFIX;$WORK/moved" || { cat "$WORK/consumer.log"; fail 'the moved platform is not found'; }
+more_libraries=$WORK/moved/lib
+run "$WORK/consumer/names_c" 0 "$names_c"
 finish
