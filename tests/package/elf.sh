@@ -23,12 +23,13 @@ for name in vesksystemd veskcore veskbootseq; do
 done
 check "$PREFIX/libexec/vesk-platform/vesklogset"
 
-# Only the platform, PAM and the compiler's own libraries are needed.
-dynamic "$PREFIX/lib/libvesksystemd.so.7" NEEDED | sed 's/.*\[\(.*\)\]/\1/' | sort >"$WORK/needed.txt"
+# Only the platform, PAM, jsoncpp of whatever release and the compiler's own libraries are needed.
+dynamic "$PREFIX/lib/libvesksystemd.so.7" NEEDED | sed 's/.*\[\(.*\)\]/\1/' |
+    sed 's/^\(libjsoncpp\.so\)\.[0-9]*$/\1/' | sort >"$WORK/needed.txt"
 sort >"$WORK/needed-expected.txt" <<'END'
 libc.so.6
 libgcc_s.so.1
-libjsoncpp.so.25
+libjsoncpp.so
 libpam.so.0
 libstdc++.so.6
 libveskbootseq.so.7
