@@ -19,4 +19,9 @@ grep -o '](\([^):]*\))' "$SOURCE/README.md" | sed 's/^](//; s/)$//' >"$WORK/link
 while read -r file; do
     [ -e "$SOURCE/$file" ] || fail "README.md names $file, which is not there"
 done <"$WORK/links.txt"
+grep -oE '/usr/(vesk|bin)/[a-z/.-]*[a-z]|/bin/[a-z]+' "$SOURCE/README.md" | sort -u >"$WORK/programs.txt"
+[ -s "$WORK/programs.txt" ] || fail 'README.md has no programs'
+while read -r program; do
+    grep -rqF "\"$program\"" "$SOURCE/src" || fail "README.md names $program, which the library does not run"
+done <"$WORK/programs.txt"
 finish
