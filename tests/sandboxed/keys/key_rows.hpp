@@ -7,13 +7,11 @@
 #include <vector>
 #include <vesksystemd.hpp>
 
-#include "syslog_capture.hpp"
+#include "refused.hpp"
 #include "unit_files.hpp"
 
 namespace VeskTest
 {
-
-using Words = std::vector<std::string>;
 
 // The names of the output in the checks of the C form are part of the row.
 struct TextKeyRow {
@@ -56,11 +54,6 @@ inline void WriteKeys(const std::string& lines, const std::string& unit = "foo.s
 inline void ClearErrorRecord()
 {
     VLIBCErrSetEx(0, "", 0);
-}
-
-inline ::testing::Matcher<const SyslogLine&> Refused(const char* file, const std::string& condition)
-{
-    return Error(file, "Invaild Argument (" + condition + ")=[0]\n");
 }
 
 } // namespace VeskTest
