@@ -3,6 +3,7 @@
 #include <string>
 
 #include "files.hpp"
+#include "paths.hpp"
 
 namespace VeskTest
 {
@@ -10,13 +11,13 @@ namespace VeskTest
 // What VESKSystemGetBootStep() of the bundled platform answers from now on.
 inline void SetBootStep(int step)
 {
-    WriteText("/run/veskbootseq/step", std::to_string(step) + "\n");
+    WriteText(kBootStep, std::to_string(step) + "\n");
 }
 
 // No boot step is known.
 inline void ClearBootStep()
 {
-    RemoveAll("/run/veskbootseq/step");
+    RemoveAll(kBootStep);
 }
 
 } // namespace VeskTest

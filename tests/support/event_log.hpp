@@ -1,5 +1,6 @@
 #pragma once
 
+#include "paths.hpp"
 #include "scripted_program.hpp"
 
 namespace VeskTest
@@ -11,7 +12,7 @@ class EventLog : public ScriptedProgram
 {
 public:
     EventLog()
-        : ScriptedProgram("/usr/vesk/bin/vesklogset")
+        : ScriptedProgram(kEventLogProgram)
     {
         OnAny();
     }

@@ -1,6 +1,7 @@
 #include "unit_files.hpp"
 
 #include "files.hpp"
+#include "paths.hpp"
 
 namespace VeskTest
 {
@@ -9,15 +10,15 @@ std::string UnitFilePath(UnitFolder folder, const std::string& name)
 {
     switch (folder) {
     case UnitFolder::UsrLocal:
-        return "/usr/local/lib/systemd/system/" + name;
+        return std::string(kUsrLocalUnits) + "/" + name;
     case UnitFolder::Usr:
-        return "/usr/lib/systemd/system/" + name;
+        return std::string(kUsrUnits) + "/" + name;
     case UnitFolder::Etc:
-        return "/etc/systemd/system/" + name;
+        return std::string(kEtcUnits) + "/" + name;
     case UnitFolder::Run:
         break;
     }
-    return "/run/systemd/system/" + name;
+    return std::string(kRunUnits) + "/" + name;
 }
 
 std::string WriteUnitFile(UnitFolder folder, const std::string& name, const std::string& text)

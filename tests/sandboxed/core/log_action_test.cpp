@@ -5,6 +5,7 @@
 
 #include "event_log.hpp"
 #include "holdings.hpp"
+#include "paths.hpp"
 #include "syslog_capture.hpp"
 #include "unit_files.hpp"
 
@@ -36,7 +37,7 @@ protected:
     {
         Words entries;
         for (const Call& call : eventLog.Calls()) {
-            EXPECT_EQ(call.argv.at(0), "/usr/vesk/bin/vesklogset");
+            EXPECT_EQ(call.argv.at(0), kEventLogProgram);
             EXPECT_EQ(call.arguments.size(), 3U);
             entries.push_back(call.arguments.at(0) + "|" + call.arguments.at(1) + "|" + call.arguments.at(2));
         }

@@ -2,6 +2,7 @@
 
 #include "boot_step.hpp"
 #include "files.hpp"
+#include "paths.hpp"
 #include "queued_jobs.hpp"
 #include "runner_call.hpp"
 #include "syslog_capture.hpp"
@@ -73,7 +74,7 @@ void WriteStep(const Step& step)
 {
     ClearBootStep();
     if (step.text != nullptr) {
-        WriteText("/run/veskbootseq/step", step.text);
+        WriteText(kBootStep, step.text);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <vesksystemd.hpp>
 
 #include "files.hpp"
+#include "paths.hpp"
 #include "syslog_capture.hpp"
 #include "unit_files.hpp"
 
@@ -117,7 +118,7 @@ TEST_F(EnableStatusChanged, StaysWhenSetAgain)
 
 TEST_F(EnableStatusChanged, LogsAFolderThatCannotBeMade)
 {
-    WriteText("/usr/vesk/etc/vesksystemd", "in the way");
+    WriteText(kStateFolder, "in the way");
     VESK::Systemd::SetEnableStatusChanged("foo");
     EXPECT_EQ(VLIBCErrGet(), VLIBC_ERR_CHILD);
     EXPECT_THAT(log.Take(), ElementsAre(Error("systemd_internal_lib.cpp",
@@ -125,7 +126,7 @@ TEST_F(EnableStatusChanged, LogsAFolderThatCannotBeMade)
                                                   VLIBCErrorGetFile() + ":" +
                                                   std::to_string(VLIBCErrorGetLine()) + "]")));
     EXPECT_FALSE(VESK::Systemd::IsEnableStatusChanged("foo"));
-    EXPECT_EQ(ReadText("/usr/vesk/etc/vesksystemd"), "in the way");
+    EXPECT_EQ(ReadText(kStateFolder), "in the way");
 }
 
 TEST_F(EnableStatusChanged, LogsAMissingMkdir)
@@ -168,8 +169,7 @@ TEST_F(EnableStatusChanged, IsNoneForANameThatLeadsOutOfTheFolder)
     EXPECT_FALSE(VESK::Systemd::IsEnableStatusChanged("../there"));
     EXPECT_THAT(ListFolder(folder), ElementsAre("inside"));
     EXPECT_THAT(ListFolder(folder + "inside"), IsEmpty());
-    EXPECT_THAT(ListFolder("/usr/vesk/etc/vesksystemd"),
-                ElementsAre("enable-status-changed", "there.service"));
+    EXPECT_THAT(ListFolder(kStateFolder), ElementsAre("enable-status-changed", "there.service"));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 // Writing a section of keys.
 #include "files.hpp"
 #include "key_rows.hpp"
+#include "paths.hpp"
 
 namespace VeskTest
 {
@@ -98,7 +99,7 @@ TEST_F(UnitSection, IsNotWrittenWithAKeyOrValueOfSeveralLines)
 
 TEST_F(UnitSection, IsReadBackByTheAccessors)
 {
-    EXPECT_TRUE(AddUnitSection("/run/systemd/system", "foo.service", "X-Veskline", {{"Name", "Foo"}}));
+    EXPECT_TRUE(AddUnitSection(kRunUnits, "foo.service", "X-Veskline", {{"Name", "Foo"}}));
     std::string name;
     EXPECT_TRUE(VESKSystemdNameGet("foo", name));
     EXPECT_EQ(name, "Foo");

@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "c_list.hpp"
+#include "paths.hpp"
 #include "reasons_ground.hpp"
 
 namespace VeskTest
@@ -53,7 +54,7 @@ protected:
         EXPECT_STREQ(VLIBCErrorGetFile(), GetParam().file);
         EXPECT_THAT(log.Take(), ElementsAre(RefusedArgument(GetParam().file, condition)));
         EXPECT_THAT(systemctl.Calls(), IsEmpty());
-        EXPECT_THAT(ListFolder("/run/vesksystemd/reasons"), ElementsAre("foo.service"));
+        EXPECT_THAT(ListFolder(kReasons), ElementsAre("foo.service"));
         EXPECT_THAT(ListFolder(ReasonFolder("foo.service")), ElementsAre("kept"));
         EXPECT_THAT(failed, IsEmpty());
         VLIBCErrSetEx(0, "", 0);
@@ -94,7 +95,7 @@ TEST_P(ReasonForms, TakeNamesUpToTheirFirstZeroByte)
     Record("foo.service", "a");
     EXPECT_TRUE(GetParam().list(std::string("a\0/b", 4), {std::string("foo\0/../bar", 11)}, failed));
     EXPECT_EQ(systemctl.Calls().at(0).arguments.back(), "foo");
-    EXPECT_THAT(ListFolder("/run/vesksystemd/reasons"), ElementsAre("foo.service"));
+    EXPECT_THAT(ListFolder(kReasons), ElementsAre("foo.service"));
     const bool stops = std::string(GetParam().name) == "Stop";
     EXPECT_EQ(Exists(ReasonFile("foo.service", "a")), stops);
     EXPECT_FALSE(
@@ -121,8 +122,8 @@ TEST_P(ReasonForms, RefuseServicesThatAreNoEntriesOfAFolderAndGoOnWithTheOthers)
     }
     EXPECT_TRUE(Exists("/run/vesksystemd/victim.service/a"));
     EXPECT_TRUE(Exists("/run/victim.service/a"));
-    EXPECT_THAT(ListFolder("/run/vesksystemd/reasons"), ElementsAre("foo.service"));
-    EXPECT_THAT(ListFolder("/run/vesksystemd"), ElementsAre("reasons", "victim.service"));
+    EXPECT_THAT(ListFolder(kReasons), ElementsAre("foo.service"));
+    EXPECT_THAT(ListFolder(kRunFolder), ElementsAre("reasons", "victim.service"));
 }
 
 TEST_P(ReasonForms, RefuseAnEmptyServiceBeforeTheReason)

@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include "glob_fault.hpp"
+#include "paths.hpp"
 #include "reasons_ground.hpp"
 
 namespace VeskTest
@@ -138,7 +139,7 @@ TEST_F(Reasons, ServicesWithAReasonAreNoneWithoutTheFolderAndAnErrorWhenItIsNone
     Words services;
     EXPECT_TRUE(ListServicesWithReason(services));
     EXPECT_EQ(VLIBCErrGet(), 0);
-    WriteText("/run/vesksystemd/reasons", "");
+    WriteText(kReasons, "");
     EXPECT_FALSE(ListServicesWithReason(services));
     EXPECT_EQ(VLIBCErrGet(), 0x0900);
     EXPECT_STREQ(VLIBCErrorGetFile(), "systemd_internal_lib.cpp");

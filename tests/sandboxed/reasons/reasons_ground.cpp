@@ -1,4 +1,5 @@
 #include "reasons_ground.hpp"
+#include "paths.hpp"
 
 namespace VeskTest
 {
@@ -15,7 +16,7 @@ std::string Named(const std::string& names)
 
 Reasons::Reasons()
 {
-    RemoveAll("/run/vesksystemd");
+    RemoveAll(kRunFolder);
     systemctl.OnAny();
     VLIBCErrSetEx(0, "", 0);
 }
@@ -64,7 +65,7 @@ LogMatchers Reasons::NotUnlinked(const std::string& service, const std::string& 
 
 std::string ReasonFolder(const std::string& service)
 {
-    return "/run/vesksystemd/reasons/" + service;
+    return ReasonsOf(service);
 }
 
 std::string ReasonFile(const std::string& service, const std::string& reason)

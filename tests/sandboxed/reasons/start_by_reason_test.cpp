@@ -1,3 +1,4 @@
+#include "paths.hpp"
 #include "reasons_ground.hpp"
 
 namespace VeskTest
@@ -37,7 +38,7 @@ TEST_F(Reasons, StartByOneOfTwoReasonsStartsTheServiceWithoutAReload)
 TEST_F(Reasons, StartByAReasonThatWasNeverRecordedStartsTheService)
 {
     EXPECT_TRUE(Start("a", {"foo"}));
-    EXPECT_FALSE(Exists("/run/vesksystemd"));
+    EXPECT_FALSE(Exists(kRunFolder));
     EXPECT_THAT(systemctl.Arguments(), ElementsAre("reset-failed foo", "start foo"));
 }
 

@@ -1,3 +1,4 @@
+#include "paths.hpp"
 #include "reasons_ground.hpp"
 
 namespace VeskTest
@@ -15,7 +16,7 @@ TEST_F(Reasons, StopByReasonRecordsTheReasonUnderTheNormalizedNameAndStopsTheNam
     EXPECT_TRUE(Stop("a", {"foo"}));
 
     EXPECT_THAT(failed, IsEmpty());
-    EXPECT_THAT(ListFolder("/run/vesksystemd/reasons"), ElementsAre("foo.service"));
+    EXPECT_THAT(ListFolder(kReasons), ElementsAre("foo.service"));
     EXPECT_THAT(ListFolder(ReasonFolder("foo.service")), ElementsAre("a"));
     EXPECT_EQ(ReadText(ReasonFile("foo.service", "a")), "");
     EXPECT_THAT(systemctl.Arguments(), ElementsAre("stop foo", "daemon-reload"));
@@ -67,7 +68,7 @@ TEST_F(Reasons, StopByReasonRefusesUnitsThatAreNoServicesAndStopsTheOthers)
     EXPECT_EQ(VLIBCErrGet(), 0x0D00);
     EXPECT_STREQ(VLIBCErrorGetFile(), "systemd_service_stop_by_reason.cpp");
     EXPECT_THAT(failed, ElementsAre("b.timer"));
-    EXPECT_THAT(ListFolder("/run/vesksystemd/reasons"), ElementsAre("a.service", "c.service"));
+    EXPECT_THAT(ListFolder(kReasons), ElementsAre("a.service", "c.service"));
     EXPECT_THAT(systemctl.Arguments(), ElementsAre("stop a.service c", "daemon-reload"));
     EXPECT_THAT(log.Take(), ElementsAreArray(InOrder({StopBegin("a.service, b.timer, c", "a"),
                                                       Stopped("a.service, c"), ReloadLog()})));
@@ -78,7 +79,7 @@ TEST_F(Reasons, StopByReasonDoesNothingElseWhenNoServiceCouldBeMarked)
     failed = {"before"};
     EXPECT_FALSE(Stop("a", {"x.timer", "x.timer", "y.mount"}));
     EXPECT_THAT(failed, ElementsAre("before", "x.timer", "x.timer", "y.mount"));
-    EXPECT_FALSE(Exists("/run/vesksystemd"));
+    EXPECT_FALSE(Exists(kRunFolder));
     EXPECT_THAT(systemctl.Calls(), IsEmpty());
     EXPECT_THAT(log.Take(), ElementsAreArray(StopBegin("x.timer, x.timer, y.mount", "a")));
 }

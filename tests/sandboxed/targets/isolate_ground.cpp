@@ -1,4 +1,5 @@
 #include "isolate_ground.hpp"
+#include "paths.hpp"
 
 namespace VeskTest
 {
@@ -24,7 +25,7 @@ LogMatchers LockFailure(const std::string& lock, const std::string& what)
 
 IsolateTest::IsolateTest()
 {
-    RemoveAll("/run/vesksystemd");
+    RemoveAll(kRunFolder);
     RemoveAll(kIsolating);
     RemoveAll(kLetGo);
     Queue("");

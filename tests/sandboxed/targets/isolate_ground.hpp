@@ -10,6 +10,7 @@
 #include "file_locks.hpp"
 #include "files.hpp"
 #include "library_log.hpp"
+#include "paths.hpp"
 #include "platform_spy.hpp"
 #include "process_list.hpp"
 #include "systemctl_script.hpp"
@@ -17,11 +18,6 @@
 namespace VeskTest
 {
 
-constexpr const char* kFlag = "/run/vesksystemd/isolate-not-finish-flag";
-constexpr const char* kOperationLock = "/run/vesksystemd/locks/system-operation.lock";
-constexpr const char* kIsolateLock = "/run/vesksystemd/locks/isolate-and-volume-unmount-action.lock";
-constexpr const char* kExitLock = "/run/vesksystemd/status_monitor.exit.lock";
-constexpr const char* kMonitorScript = "/usr/vesk/lib/systemd/scripts/vesk-systemd-status-monitor.sh";
 constexpr const char* kIsolateFile = "systemd_isolate_target.cpp";
 
 // No outcome of a wait: what an untouched place still holds.

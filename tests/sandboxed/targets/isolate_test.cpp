@@ -5,6 +5,7 @@
 
 #include "error.hpp"
 #include "isolate_ground.hpp"
+#include "paths.hpp"
 
 namespace VeskTest
 {
@@ -157,7 +158,7 @@ TEST_F(IsolateTest, FailsWhenItsChildCannotBeForked)
 
 TEST_F(IsolateTest, FailsWhenItsFlagCannotBeMade)
 {
-    MakeFolder("/run/vesksystemd");
+    MakeFolder(kRunFolder);
     ASSERT_EQ(symlink("/nowhere/flag", kFlag), 0);
 
     EXPECT_FALSE(Isolate());
@@ -171,11 +172,11 @@ TEST_F(IsolateTest, FailsWhenItsFlagCannotBeMade)
 
 TEST_F(IsolateTest, FailsWhereNothingCanBeWritten)
 {
-    constexpr const char* kFolder = "/run/vesksystemd";
+    constexpr const char* kFolder = kRunFolder;
     MakeFolder(kFolder);
     VeskGround::Require(mount("flag", kFolder, "tmpfs", 0, nullptr), "mount", kFolder);
     MakeFolder(std::string(kFolder) + "/locks");
-    VeskGround::Require(mount("locks", "/run/vesksystemd/locks", "tmpfs", 0, nullptr), "mount", "locks");
+    VeskGround::Require(mount("locks", kLockFolder, "tmpfs", 0, nullptr), "mount", "locks");
     VeskGround::Require(mount(nullptr, kFolder, nullptr, MS_REMOUNT | MS_RDONLY, nullptr), "remount",
                         kFolder);
 
@@ -188,7 +189,7 @@ TEST_F(IsolateTest, FailsWhereNothingCanBeWritten)
                                  {Error(kIsolateFile, "Failed to monitor systemd status in isolation"),
                                   Error(kIsolateFile, "vesksystemd: Failed to touch isolate flag")}})));
     EXPECT_TRUE(IsLockFree(kIsolateLock));
-    umount("/run/vesksystemd/locks");
+    umount(kLockFolder);
     umount(kFolder);
 }
 

@@ -5,6 +5,7 @@
 
 #include "children.hpp"
 #include "file_locks.hpp"
+#include "paths.hpp"
 #include "process_list.hpp"
 #include "syslog_capture.hpp"
 #include "systemctl_script.hpp"
@@ -16,7 +17,6 @@ namespace
 
 using VESK::Systemd::StatusMonitor;
 
-constexpr const char* kExitLock = "/run/vesksystemd/status_monitor.exit.lock";
 constexpr const char* kScriptName = "vesk-systemd-status-monitor.sh";
 
 class MonitorScript : public ::testing::Test

@@ -1,6 +1,7 @@
 // What is special of enable, disable, reenable, mask and unmask.
 #include "action_test.hpp"
 #include "files.hpp"
+#include "paths.hpp"
 
 namespace VeskTest
 {
@@ -10,8 +11,6 @@ namespace
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
-
-const char* const kMarks = "/usr/vesk/etc/vesksystemd/enable-status-changed";
 
 class MarkingForm : public FormTest
 {

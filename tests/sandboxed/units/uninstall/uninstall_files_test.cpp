@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "paths.hpp"
 #include "uninstall_ground.hpp"
 
 namespace VeskTest
@@ -62,14 +63,14 @@ TEST_F(Uninstall, DeletesTheFilesThatTheManagerNamesAndNoOther)
 
 TEST_F(Uninstall, DeletesTheFilesBetweenTheTwoReloads)
 {
-    MakeFolder("/etc/systemd/system");
+    MakeFolder(kEtcUnits);
     Files("foo", "/etc/systemd/system/first", "/etc/systemd/system/second");
     systemctl.On({"daemon-reload"})
         .CreateFile("/etc/systemd/system/first")
         .Then()
         .CreateFile("/etc/systemd/system/second");
     EXPECT_TRUE(Run({"foo"}));
-    EXPECT_THAT(ListFolder("/etc/systemd/system"), ElementsAre("second"));
+    EXPECT_THAT(ListFolder(kEtcUnits), ElementsAre("second"));
 }
 
 TEST_F(Uninstall, KeepsADropInFolderThatHoldsOtherFiles)
@@ -97,14 +98,14 @@ TEST_F(Uninstall, KeepsTheEmptyFolderOfAUnitFileAndOfADropInElsewhere)
 TEST_F(Uninstall, RemovesALinkAndNotWhatItLeadsTo)
 {
     WriteText("/tmp/target", "kept");
-    std::filesystem::create_directories("/etc/systemd/system");
+    std::filesystem::create_directories(kEtcUnits);
     std::filesystem::create_symlink("/tmp/target", "/etc/systemd/system/foo.service");
     std::filesystem::create_symlink("/tmp", "/etc/systemd/system/to-a-folder");
     std::filesystem::create_symlink("/nowhere", "/etc/systemd/system/dangling");
     Files("foo", "/etc/systemd/system/foo.service",
           "/etc/systemd/system/to-a-folder /etc/systemd/system/dangling");
     EXPECT_TRUE(Run({"foo"}));
-    EXPECT_THAT(ListFolder("/etc/systemd/system"), IsEmpty());
+    EXPECT_THAT(ListFolder(kEtcUnits), IsEmpty());
     EXPECT_EQ(ReadText("/tmp/target"), "kept");
 }
 

@@ -1,4 +1,5 @@
 #include "uninstall_ground.hpp"
+#include "paths.hpp"
 
 namespace VeskTest
 {
@@ -20,8 +21,7 @@ void Empty(const std::string& folder)
 
 Uninstall::Uninstall()
 {
-    for (const char* folder : {"/run/vesksystemd", "/usr/vesk/etc/vesksystemd", "/etc/systemd/system",
-                               "/usr/lib/systemd/system", "/run/systemd/system"}) {
+    for (const char* folder : {kRunFolder, kStateFolder, kEtcUnits, kUsrUnits, kRunUnits}) {
         Empty(folder);
     }
     systemctl.OnAny();
@@ -79,12 +79,12 @@ LogMatchers Uninstall::LogOf(const std::string& names, const LogMatchers& betwee
 
 std::string Mark(const std::string& unit)
 {
-    return "/usr/vesk/etc/vesksystemd/enable-status-changed/" + unit;
+    return MarkOf(unit);
 }
 
 std::string Reasons(const std::string& unit)
 {
-    return "/run/vesksystemd/reasons/" + unit;
+    return ReasonsOf(unit);
 }
 
 } // namespace VeskTest

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "paths.hpp"
 #include "uninstall_ground.hpp"
 
 namespace VeskTest
@@ -84,8 +85,8 @@ TEST_F(Uninstall, RunsTheRemovalOfReasonsAsACommandOfTwoArguments)
     ScriptedRm rm;
     EXPECT_TRUE(Run({"foo", "a b.service"}));
     ASSERT_EQ(rm->Calls().size(), 2U);
-    EXPECT_THAT(rm->Calls()[0].argv, ElementsAre("/bin/rm", "-rf", "/run/vesksystemd/reasons/foo.service"));
-    EXPECT_THAT(rm->Calls()[1].argv, ElementsAre("/bin/rm", "-rf", "/run/vesksystemd/reasons/a b.service"));
+    EXPECT_THAT(rm->Calls()[0].argv, ElementsAre("/bin/rm", "-rf", ReasonsOf("foo.service")));
+    EXPECT_THAT(rm->Calls()[1].argv, ElementsAre("/bin/rm", "-rf", ReasonsOf("a b.service")));
 }
 
 TEST_F(Uninstall, WarnsOfAFlagThatCannotBeRemovedAndSucceeds)

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "error.hpp"
+#include "paths.hpp"
 
 namespace VeskTest
 {
@@ -53,7 +54,7 @@ void AddProgram(const std::string& path)
 
 MountPathTest::MountPathTest()
 {
-    for (const std::string& name : ListFolder("/usr/lib/systemd/system")) {
+    for (const std::string& name : ListFolder(kUsrUnits)) {
         RemoveAll("/usr/lib/systemd/system/" + name);
     }
 }

@@ -1,5 +1,6 @@
 // What is refused before anything is done.
 
+#include "paths.hpp"
 #include "platform_spy.hpp"
 #include "registry_ground.hpp"
 
@@ -28,7 +29,7 @@ protected:
         EXPECT_EQ(VLIBCErrorGetFile(), std::string(kFile));
         EXPECT_EQ(VLIBCErrorGetLine(), lines[0].line);
         EXPECT_THAT(m_spy.Locks(), IsEmpty());
-        EXPECT_FALSE(Exists("/run/vesksystemd"));
+        EXPECT_FALSE(Exists(kRunFolder));
         EXPECT_FALSE(Exists("/usr/vesk/etc"));
         EXPECT_THAT(ListFolder("/var/packages/foo"), IsEmpty());
         VLIBCErrSetEx(kOtherError, "other.c", 7);

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "file_locks.hpp"
+#include "paths.hpp"
 
 namespace VeskTest
 {
@@ -19,7 +20,7 @@ constexpr const char* kRealMkdir = "/tmp/real-mkdir";
 Words AllFiles()
 {
     Words files;
-    for (const char* folder : {"/usr/vesk/etc/vesksystemd", "/var/packages"}) {
+    for (const char* folder : {kStateFolder, kPackages}) {
         if (std::filesystem::is_directory(folder)) {
             for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
                 files.push_back(entry.path());
@@ -65,7 +66,7 @@ std::string UnitFile(const std::string& normalizedName)
 
 std::string PackageFolder(const std::string& package)
 {
-    return "/var/packages/" + package + "/etc/veskpkg_conf/";
+    return PackageRegisterFolder(package) + "/";
 }
 
 std::string PackageFile(const std::string& package)
@@ -149,7 +150,7 @@ ScriptedMkdir::~ScriptedMkdir()
 
 RegistryGround::RegistryGround()
 {
-    for (const char* folder : {"/run/vesksystemd", "/usr/vesk/etc", "/var/packages/foo"}) {
+    for (const char* folder : {kRunFolder, "/usr/vesk/etc", "/var/packages/foo"}) {
         RemoveAll(folder);
     }
     MakeFolder("/var/packages/foo");

@@ -9,6 +9,7 @@
 #include "files.hpp"
 #include "holdings.hpp"
 #include "library_log.hpp"
+#include "paths.hpp"
 #include "scripted_program.hpp"
 
 namespace VeskTest
@@ -18,8 +19,7 @@ using Words = std::vector<std::string>;
 using LineMatcher = ::testing::Matcher<const SyslogLine&>;
 
 constexpr const char* kFile = "systemd_volume_register.cpp";
-constexpr const char* kLockFolder = "/run/vesksystemd/locks";
-constexpr const char* kLock = "/run/vesksystemd/locks/volume-register.lock";
+constexpr const char* kLock = kRegisterLock;
 constexpr const char* kUnitFolder = "/usr/vesk/etc/vesksystemd/volume-register/";
 
 // One of the four changing operations, and how its function in C and its argument checks are called.

@@ -4,6 +4,7 @@
 
 #include "file_calls.hpp"
 #include "file_locks.hpp"
+#include "paths.hpp"
 #include "platform_spy.hpp"
 #include "registry_ground.hpp"
 
@@ -106,7 +107,7 @@ TEST_P(RegistryQuery, IsFalseAndSilentWhenNothingWasEverRegistered)
     EXPECT_FALSE(Run({"/volume1"}));
     EXPECT_FALSE(GetParam().run("missing", {"/volume1"}));
     EXPECT_FALSE(Exists("/usr/vesk/etc"));
-    EXPECT_FALSE(Exists("/run/vesksystemd"));
+    EXPECT_FALSE(Exists(kRunFolder));
     EXPECT_THAT(ListFolder("/var/packages/foo"), IsEmpty());
     ExpectSilence();
 }

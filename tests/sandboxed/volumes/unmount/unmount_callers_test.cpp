@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "disturbance.hpp"
+#include "paths.hpp"
 #include "unmount_ground.hpp"
 
 namespace VeskTest
@@ -111,7 +112,7 @@ TEST_F(UnmountThreads, UnmountAndIsolateOneAfterTheOther)
     });
 
     EXPECT_EQ(succeeded, kThreads);
-    EXPECT_FALSE(Exists("/run/vesksystemd/isolate-not-finish-flag"));
+    EXPECT_FALSE(Exists(kFlag));
     const Words calls = systemctl.Arguments();
     EXPECT_EQ(std::count(calls.begin(), calls.end(), "isolate foo.target"), 2);
     EXPECT_EQ(std::count(calls.begin(), calls.end(), kStartEnd), 2);

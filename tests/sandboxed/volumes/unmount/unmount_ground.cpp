@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "error.hpp"
+#include "paths.hpp"
 
 namespace VeskTest
 {
@@ -35,8 +36,7 @@ VolumeUser::VolumeUser(const std::string& folder, const std::string& unit)
 
 UnmountTest::UnmountTest()
 {
-    for (const char* folder : {"/run/vesksystemd", "/run/systemd/system", "/usr/vesk/etc/vesksystemd",
-                               "/var/packages", "/usr/lib/systemd/system"}) {
+    for (const char* folder : {kRunFolder, kRunUnits, kStateFolder, kPackages, kUsrUnits}) {
         for (const std::string& name : ListFolder(folder)) {
             RemoveAll(std::string(folder) + "/" + name);
         }
@@ -72,12 +72,12 @@ void UnmountTest::AddUnit(const std::string& unit, const std::string& keys, cons
 
 void UnmountTest::RegisterUnit(const std::string& unit, const std::string& volumes)
 {
-    WriteText("/usr/vesk/etc/vesksystemd/volume-register/" + unit, volumes);
+    WriteText(RegisterOf(unit), volumes);
 }
 
 void UnmountTest::RegisterPackage(const std::string& package, const std::string& volumes)
 {
-    WriteText("/var/packages/" + package + "/etc/veskpkg_conf/reg_volume", volumes);
+    WriteText(PackageRegisterFolder(package) + "/reg_volume", volumes);
 }
 
 bool UnmountTest::Run(bool actionResult, const Words& volumes)

@@ -10,6 +10,7 @@
 #include "file_locks.hpp"
 #include "files.hpp"
 #include "library_log.hpp"
+#include "paths.hpp"
 #include "platform_spy.hpp"
 #include "process_list.hpp"
 #include "service_process.hpp"
@@ -22,9 +23,6 @@ namespace VeskTest
 using Words = std::vector<std::string>;
 
 constexpr const char* kVolume = "/volume1";
-constexpr const char* kActionLock = "/run/vesksystemd/locks/volume-unmount-action.lock";
-constexpr const char* kIsolateLock = "/run/vesksystemd/locks/isolate-and-volume-unmount-action.lock";
-constexpr const char* kExitLock = "/run/vesksystemd/status_monitor.exit.lock";
 constexpr const char* kUnmountFile = "systemd_volume_unmount_action.cpp";
 constexpr const char* kBeginFile = "/run/systemd/system/unmount-volume-begin.target";
 constexpr const char* kEndFile = "/run/systemd/system/unmount-volume-end.target";
@@ -75,7 +73,7 @@ protected:
 
     PlatformSpy spy;
     ScriptedSystemctl systemctl;
-    ScriptedProgram script{"/usr/vesk/lib/systemd/scripts/vesk-systemd-status-monitor.sh"};
+    ScriptedProgram script{kMonitorScript};
     EventLog events;
     SyslogCapture log;
     int runs = 0;
