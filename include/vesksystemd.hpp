@@ -403,8 +403,9 @@ public:
 
     /**
      * Adds samples of the processes of a slice and of the groups right below it, and of no deeper ones; in
-     * systemd's own hierarchy (see vesksystemd.h) of all groups below it. Those that end meanwhile are left
-     * out; false, with nothing added, when another cannot be sampled, and when the slice is not there.
+     * systemd's own hierarchy (see vesksystemd.h) of all groups below it. Threads count as processes in the
+     * hierarchy "veskmonitor" alone. Those that end meanwhile are left out; false, with nothing added, when
+     * another cannot be sampled, and when the slice is not there.
      */
     static bool ProcessList(const std::string& strSlice, std::set<Process>& setProcesses);
 

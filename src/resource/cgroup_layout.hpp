@@ -27,7 +27,7 @@ struct CgroupMounts {
 struct CgroupTree {
     std::string strFolder;
     std::string strHierarchy; ///< what its lines in /proc/PID/cgroup call it
-    std::string strMembers;   ///< the file of a group that holds its processes
+    std::string strMembers;   ///< the file of a group that takes a process, and lists the platform's
     bool blNested = false;    ///< whether "a-b.slice" is in "a.slice", and units are in their slices
 };
 

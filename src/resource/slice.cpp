@@ -16,6 +16,8 @@ namespace VESK::Systemd
 namespace
 {
 
+constexpr const char* kProcesses = "/cgroup.procs";
+
 /** Whether a process has ended, or is about to: what is sampled goes before its last trace does. */
 bool IsGone(int nPid)
 {
@@ -48,7 +50,7 @@ bool MembersAdd(const std::string& strPath, std::set<Process>& setProcesses)
 {
     std::string strText;
     if (!FileRead(strPath, strText)) {
-        // The folder of a unit goes with its last process. The processes of a group of threads are listed above.
+        // The folder of a unit goes with its last process; a group of threads has none of its own.
         return errno == ENOENT || errno == ENODEV || errno == EOPNOTSUPP;
     }
     Lines lines(strText);
@@ -65,10 +67,9 @@ bool MembersFind(const CgroupTree& tree, const std::string& strFolder, Texts& ve
 {
     if (tree.blNested) {
         // Units have groups in theirs, as those of systemd for users do.
-        vecPaths.push_back(strFolder + "/" + tree.strMembers);
-        return CgroupsBelow(strFolder, [&](const std::string& strGroup) {
-            vecPaths.push_back(strGroup + "/" + tree.strMembers);
-        });
+        vecPaths.push_back(strFolder + kProcesses);
+        return CgroupsBelow(strFolder,
+                            [&](const std::string& strGroup) { vecPaths.push_back(strGroup + kProcesses); });
     }
     GlobResult members;
     for (const char* szGroups : {"/", "/*/"}) {

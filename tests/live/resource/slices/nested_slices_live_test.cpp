@@ -1,6 +1,7 @@
 // Slices in slices, and groups that units make in theirs, with the library for today's systemd on a real one.
 
 #include <gmock/gmock.h>
+#include <thread>
 #include <unistd.h>
 #include <vesksystemd.hpp>
 
@@ -77,6 +78,16 @@ TEST_F(NestedSlicesOnCurrent, TakeTheCallerByTheirNames)
         EXPECT_THAT(PidsIn("foo-bar.slice"), Contains(getpid()));
         EXPECT_TRUE(VESKSystemdRunAsSystemProcess());
         EXPECT_FALSE(VESKSystemdCgroupMonitorSliceGet(slice));
+    });
+}
+
+TEST_F(NestedSlicesOnCurrent, HoldProcessesAndNotTheirThreads)
+{
+    ExpectInChild([this] {
+        EXPECT_TRUE(VESKSystemdCgroupSystemdSliceMove("foo-bar.slice"));
+        std::vector<int> pids;
+        std::thread([&] { pids = PidsIn("foo-bar.slice"); }).join();
+        EXPECT_THAT(pids, UnorderedElementsAre(inner, getpid()));
     });
 }
 

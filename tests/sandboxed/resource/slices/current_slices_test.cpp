@@ -106,6 +106,7 @@ protected:
     }
     // A file of a group in systemd's tree.
     static std::string Members(const std::string& group) { return InTree(group + "/" + GetParam().members); }
+    static std::string Processes(const std::string& group) { return InTree(group + "/cgroup.procs"); }
     static std::string InTree(const std::string& path) { return GetParam().folder + "/" + path; }
 
     // Shows this process in that group of systemd's tree, and elsewhere in every other tree.
@@ -257,23 +258,25 @@ TEST_P(CurrentSlices, HoldTheProcessesOfAllGroupsBelow)
     const OtherProcess service(SleepOn);
     const OtherProcess deep(SleepOn);
     const OtherProcess other(SleepOn);
-    WriteText(Members("a.slice"), kPid + "\n");
-    WriteText(Members("a.slice/x.service"), std::to_string(service.Pid()) + "\n");
-    WriteText(Members("a.slice/a-b.slice"), "");
-    WriteText(Members("a.slice/a-b.slice/y.service/payload"), std::to_string(deep.Pid()) + "\n0\n");
-    WriteText(Members("b.slice"), std::to_string(other.Pid()) + "\n");
+    WriteText(Processes("a.slice"), kPid + "\n");
+    WriteText(Processes("a.slice/x.service"), std::to_string(service.Pid()) + "\n");
+    WriteText(Processes("a.slice/a-b.slice"), "");
+    WriteText(Processes("a.slice/a-b.slice/y.service/payload"), std::to_string(deep.Pid()) + "\n0\n");
+    WriteText(Processes("b.slice"), std::to_string(other.Pid()) + "\n");
     EXPECT_THAT(ProcessesOf("a.slice"), UnorderedElementsAre(getpid(), service.Pid(), deep.Pid()));
     EXPECT_THAT(ProcessesOf("a-b.slice"), ElementsAre(deep.Pid()));
     EXPECT_THAT(ProcessesOf("c.slice"), ElementsAre(-1));
-    WriteText(Members("a.slice/a-b.slice/y.service"), "no number\n");
+    WriteText(InTree("a.slice/tasks"), std::to_string(other.Pid()) + "\n");
+    EXPECT_THAT(ProcessesOf("a.slice"), UnorderedElementsAre(getpid(), service.Pid(), deep.Pid()));
+    WriteText(Processes("a.slice/a-b.slice/y.service"), "no number\n");
     EXPECT_THAT(ProcessesOf("a.slice"), ElementsAre(-1));
 }
 
 TEST_P(CurrentSlices, HoldTheProcessesOfThreadsInGroupsOfTheirOwn)
 {
-    WriteText(Members("a.slice/x.service"), kPid + "\n");
-    WriteText(Members("a.slice/x.service/threads"), "");
-    const OpenFault fault("/threads/" + GetParam().members, EOPNOTSUPP);
+    WriteText(Processes("a.slice/x.service"), kPid + "\n");
+    WriteText(Processes("a.slice/x.service/threads"), "");
+    const OpenFault fault("/threads/cgroup.procs", EOPNOTSUPP);
     EXPECT_THAT(ProcessesOf("a.slice"), ElementsAre(getpid()));
 }
 
