@@ -277,8 +277,9 @@ VESK_API int VESKCSystemdVolumeDependencyGet(const char* szUnit, VESK_SYSTEMD_VO
  * Pushes the services that use files on a mount path, in no order: that have a process which works in, runs,
  * holds open or maps one. Those are the files below the path and all others on the same file system: a path
  * that is no mount point stands for everything on the file system that it lies on, an empty one for all files.
- * Services with the key "SkipListByMntPath" set to "yes" are left out. Reads all of /proc; 0x0900 when that
- * cannot be opened, or descriptors or memory are too short to look at a process.
+ * Services with the key "SkipListByMntPath" set to "yes" are left out, and so are those of users' own managers:
+ * what is below a user@UID.service belongs to no service of the system. Reads all of /proc; 0x0900 when that
+ * cannot be read to its end, or descriptors or memory are too short to look at a process or at the path.
  */
 VESK_API int VESKCSystemdServiceListByMntPath(const char* szMntPath, VLIBCSzList** ppListServices);
 
@@ -289,7 +290,9 @@ VESK_API int VESKCSystemdServiceListByMntPath(const char* szMntPath, VLIBCSzList
  *
  * Returns 1 when the action returned true and systemd has carried out the start of the services after it; that
  * one of them failed to start is not told. They are started again whatever the action returned. On failures
- * before they are stopped the action is not run. Waits for up to an hour each for other unmount actions and
+ * before they are stopped the action is not run; but where looking for users of files fails, which is logged, it
+ * runs with those stopped that were found before: it must not count on nobody using the volume. An empty volume
+ * is refused, since it would stand for all files. Waits for up to an hour each for other unmount actions and
  * isolations, and for as long as the services take to stop and start. The action must not unmount another
  * volume through the library, nor isolate: it would wait for itself. Forks the caller once.
  */

@@ -14,18 +14,6 @@
 
 namespace VESK::Systemd
 {
-namespace
-{
-
-/** The device that a file lies on, 0 when it cannot be told. */
-dev_t DeviceOf(const std::string& strPath)
-{
-    struct stat status {
-    };
-    return stat(strPath.c_str(), &status) == 0 ? status.st_dev : 0;
-}
-
-} // namespace
 
 bool IsShortage(int nError)
 {
@@ -34,8 +22,8 @@ bool IsShortage(int nError)
 
 MountPathFiles::MountPathFiles(const std::string& strMntPath)
     : m_strMntPath(strMntPath)
-    , m_device(DeviceOf(strMntPath))
 {
+    DeviceGet(m_strMntPath, m_device);
 }
 
 bool MountPathFiles::IsUsedBy(int nPid, std::string& strFile)
@@ -47,38 +35,62 @@ bool MountPathFiles::IsUsedBy(int nPid, std::string& strFile)
            HoldsOpen(strProcess, strFile) || Maps(strProcess, strFile);
 }
 
-const MountPathFiles::File& MountPathFiles::OnMountPath(std::string_view svPath)
+MountPathFiles::File MountPathFiles::OnMountPath(std::string_view svPath)
 {
     m_strPath = svPath;
     const auto it = m_mapResolved.find(m_strPath);
-    return it != m_mapResolved.end() ? it->second
-                                     : m_mapResolved.emplace(m_strPath, Resolved(m_strPath)).first->second;
+    if (it != m_mapResolved.end()) {
+        return it->second;
+    }
+    File file;
+    // The next process may find what this one could not be asked for.
+    if (Resolve(m_strPath, file)) {
+        m_mapResolved.emplace(m_strPath, file);
+    }
+    return file;
 }
 
-MountPathFiles::File MountPathFiles::Resolved(const std::string& strPath)
+bool MountPathFiles::Resolve(const std::string& strPath, File& file)
 {
     std::array<char, PATH_MAX> resolved;
     if (realpath(strPath.c_str(), resolved.data()) == nullptr) {
-        PassOver(errno);
-        return std::nullopt;
+        return PassOver(errno);
     }
-    return IsOnMountPath(resolved.data()) ? File(resolved.data()) : std::nullopt;
+    dev_t device = 0;
+    const bool blBelow = IsBelowMountPath(resolved.data());
+    if (!blBelow && m_device != 0 && !DeviceGet(resolved.data(), device)) {
+        return false;
+    }
+    if (blBelow || (m_device != 0 && device == m_device)) {
+        file = resolved.data();
+    }
+    return true;
 }
 
-bool MountPathFiles::IsOnMountPath(const std::string& strResolved) const
+bool MountPathFiles::DeviceGet(const std::string& strPath, dev_t& device)
 {
-    if (m_device != 0 && DeviceOf(strResolved) == m_device) {
-        return true;
+    struct stat status {
+    };
+    if (stat(strPath.c_str(), &status) != 0) {
+        return PassOver(errno);
     }
+    device = status.st_dev;
+    return true;
+}
+
+bool MountPathFiles::IsBelowMountPath(const std::string& strResolved) const
+{
     if (strResolved.compare(0, m_strMntPath.size(), m_strMntPath) != 0) {
         return false;
     }
     return strResolved.size() == m_strMntPath.size() || strResolved[m_strMntPath.size()] == '/';
 }
 
-void MountPathFiles::PassOver(int nError)
+bool MountPathFiles::PassOver(int nError)
 {
-    m_blIncomplete = m_blIncomplete || IsShortage(nError);
+    const bool blShortage = IsShortage(nError);
+    m_blIncomplete = m_blIncomplete || blShortage;
+    return !blShortage;
 }
 
 bool MountPathFiles::IsLinkOnMountPath(int fdFolder, const char* szLink, std::string& strFile)
@@ -92,7 +104,7 @@ bool MountPathFiles::IsLinkOnMountPath(int fdFolder, const char* szLink, std::st
     if (cbTarget <= 0 || target[0] != '/') {
         return false;
     }
-    const File& file = OnMountPath({target.data(), static_cast<size_t>(cbTarget)});
+    const File file = OnMountPath({target.data(), static_cast<size_t>(cbTarget)});
     if (file) {
         strFile = *file;
     }
@@ -102,12 +114,18 @@ bool MountPathFiles::IsLinkOnMountPath(int fdFolder, const char* szLink, std::st
 bool MountPathFiles::HoldsOpen(const std::string& strProcess, std::string& strFile)
 {
     Directory descriptors(strProcess + "/fd/");
-    PassOver(descriptors.Error());
+    if (descriptors.Error() != 0) {
+        PassOver(descriptors.Error());
+        return false;
+    }
     while (const char* szDescriptor = descriptors.Next()) {
         if (IsLinkOnMountPath(descriptors.Descriptor(), szDescriptor, strFile)) {
             return true;
         }
     }
+    // A list that breaks off may hold more, but that of a process that ends.
+    const int nError = descriptors.Error();
+    m_blIncomplete = m_blIncomplete || (nError != 0 && nError != ENOENT && nError != ESRCH);
     return false;
 }
 
@@ -135,7 +153,7 @@ bool MountPathFiles::IsMapped(std::string_view svMaps, std::string& strFile)
             continue;
         }
         svLast = svPath;
-        if (const File& file = OnMountPath(svPath)) {
+        if (const File file = OnMountPath(svPath)) {
             strFile = *file;
             return true;
         }

@@ -26,8 +26,8 @@ public:
     bool IsUsedBy(int nPid, std::string& strFile);
 
     /**
-     * Whether something of the last process could not be looked at for lack of descriptors or memory. What is
-     * gone or may not be read does not count.
+     * Whether something of the last process, or of the mount path before the first, could not be looked at for
+     * lack of descriptors or memory. What is gone or may not be read does not count.
      */
     bool IsIncomplete() const { return m_blIncomplete; }
 
@@ -35,19 +35,23 @@ private:
     using File = std::optional<std::string>;
 
     /** What a path resolves to when that lies on the mount path. */
-    const File& OnMountPath(std::string_view svPath);
-    File Resolved(const std::string& strPath);
+    File OnMountPath(std::string_view svPath);
+    /** The same for a path that is looked up for the first time; false when it cannot be told. */
+    bool Resolve(const std::string& strPath, File& file);
 
-    bool IsOnMountPath(const std::string& strResolved) const;
+    /** The device that a file lies on, 0 when it has none. False when it cannot be told. */
+    bool DeviceGet(const std::string& strPath, dev_t& device);
+    bool IsBelowMountPath(const std::string& strResolved) const;
 
-    void PassOver(int nError);
+    /** Notes what has failed. False when that tells nothing of what was looked at. */
+    bool PassOver(int nError);
     bool IsLinkOnMountPath(int fdFolder, const char* szLink, std::string& strFile);
     bool HoldsOpen(const std::string& strProcess, std::string& strFile);
     bool Maps(const std::string& strProcess, std::string& strFile);
     bool IsMapped(std::string_view svMaps, std::string& strFile);
 
     std::string m_strMntPath;
-    dev_t m_device;
+    dev_t m_device = 0;
     bool m_blIncomplete = false;
     std::unordered_map<std::string, File> m_mapResolved;
     /** The path looked up last: its memory is used again and again. */

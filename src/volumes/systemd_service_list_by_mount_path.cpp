@@ -1,19 +1,58 @@
 #include "vesksystemd.hpp"
 
+#include <algorithm>
 #include <cerrno>
-#include <unordered_set>
+#include <cstdio>
 
 #include "core/c_forms.hpp"
 #include "core/directory.hpp"
 #include "core/log.hpp"
+#include "core/text.hpp"
+#include "resource/cgroup_layout.hpp"
 #include "volumes/mount_path_files.hpp"
+#include "volumes/mount_path_services.hpp"
 
 using namespace VESK::Systemd;
 
+namespace VESK::Systemd
+{
 namespace
 {
 
 using Services = std::unordered_set<std::string>;
+
+/** Whether a folder of systemd's tree is that of a user's own manager. */
+bool IsUserManager(const std::string& strFolder)
+{
+    int cbMatched = 0;
+    sscanf(strFolder.c_str(), "user@%*[0-9].service%n", &cbMatched);
+    return cbMatched != 0 && strFolder.size() == static_cast<size_t>(cbMatched);
+}
+
+/** Whether a path in systemd's tree is below a user's manager, where that user names the folders. */
+bool IsBelowUserManager(const Texts& vecFolders)
+{
+    return !vecFolders.empty() && std::any_of(vecFolders.begin(), vecFolders.end() - 1, IsUserManager);
+}
+
+/**
+ * The unit of the system that holds a process; empty when there is none. False when it cannot be told. All is
+ * taken from one look at the process, which may move meanwhile.
+ */
+bool SystemUnitGet(int nPid, std::string& strUnit)
+{
+    std::string strPath;
+    errno = 0;
+    if (!VESKSystemdCgroupPathnameGet(nPid, "name=systemd", strPath)) {
+        return !IsShortage(errno);
+    }
+    Texts vecFolders;
+    if (!Split(strPath, vecFolders, "/")) {
+        return false;
+    }
+    strUnit = IsBelowUserManager(vecFolders) ? "" : CgroupUnitGet(vecFolders);
+    return true;
+}
 
 /** Whether a unit is a service that does not ask to be left out. */
 bool IsListed(const std::string& strUnit)
@@ -33,9 +72,8 @@ bool UserAdd(MountPathFiles& files, int nPid, Services& setServices)
         return !files.IsIncomplete();
     }
     std::string strUnit;
-    errno = 0;
-    if (!VESKSystemdGetByPid(nPid, strUnit)) {
-        return !IsShortage(errno);
+    if (!SystemUnitGet(nPid, strUnit)) {
+        return false;
     }
     if (IsListed(strUnit)) {
         VESK_LOG(LOG_INFO, "%s:%d vesksystemd: file used: [%s]", VESK_HERE, strFile.c_str());
@@ -44,29 +82,30 @@ bool UserAdd(MountPathFiles& files, int nPid, Services& setServices)
     return true;
 }
 
-/** Adds the services that use files on the mount path. False when they cannot be told. */
-bool UsersAdd(const std::string& strMntPath, Services& setServices)
+} // namespace
+
+bool MountPathServicesAdd(const std::string& strMntPath, Services& setServices)
 {
     MountPathFiles files(strMntPath);
-    Directory processes("/proc/");
-    if (processes.Error() != 0) {
+    if (files.IsIncomplete()) {
         return false;
     }
+    Directory processes("/proc/");
     while (const char* szEntry = processes.Next()) {
         const bool blProcess = *szEntry >= '0' && *szEntry <= '9';
         if (blProcess && !UserAdd(files, std::stoi(szEntry), setServices)) {
             return false;
         }
     }
-    return true;
+    return processes.Error() == 0;
 }
 
-} // namespace
+} // namespace VESK::Systemd
 
 bool VESKSystemdServiceListByMntPath(const std::string& strMntPath, Texts& vecServices)
 {
-    Services setServices;
-    if (!UsersAdd(strMntPath, setServices)) {
+    std::unordered_set<std::string> setServices;
+    if (!MountPathServicesAdd(BeforeZero(strMntPath), setServices)) {
         VLIBCErrSetEx(ERR_OPEN_DIRECTORY, VESK_HERE);
         return false;
     }

@@ -1,16 +1,20 @@
 #include "vesksystemd.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <set>
 #include <unistd.h>
+#include <unordered_set>
 
 #include <boost/algorithm/string/join.hpp>
 
 #include "core/c_forms.hpp"
 #include "core/lock_release.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/paths.hpp"
 #include "core/text.hpp"
+#include "volumes/mount_path_services.hpp"
 
 using namespace VESK::Systemd;
 
@@ -109,20 +113,25 @@ bool DependentsAdd(const Texts& vecVolumes, Services& setServices)
     return true;
 }
 
-/** Adds the services that use files on the volumes. */
+/** Adds the services that use files on the volumes, as far as they can be found. */
 void UsersAdd(const Texts& vecVolumes, Services& setServices)
 {
     for (const std::string& strVolume : vecVolumes) {
-        Texts vecUsers;
-        if (!VESKSystemdServiceListByMntPath(strVolume, vecUsers)) {
+        std::unordered_set<std::string> setUsers;
+        if (!MountPathServicesAdd(strVolume, setUsers)) {
             VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to list services by mnt path [%s].", VESK_HERE,
                      strVolume.c_str());
-            continue;
         }
-        for (const std::string& strUser : vecUsers) {
+        for (const std::string& strUser : setUsers) {
             setServices.insert(MasterUnitGet(strUser));
         }
     }
+}
+
+bool AreVolumes(const Texts& vecVolumes)
+{
+    return std::all_of(vecVolumes.begin(), vecVolumes.end(),
+                       [](const std::string& strVolume) { return VESK_ARGUMENT_NAME(strVolume); });
 }
 
 std::string TargetPath(const char* szTarget)
@@ -177,9 +186,10 @@ bool StopRunStart(const std::function<bool()>& action)
 
 } // namespace
 
-bool _VESKSystemdVolumeUnmountAction(const Texts& vecVolumes, std::function<bool()>&& action)
+bool _VESKSystemdVolumeUnmountAction(const Texts& vecGivenVolumes, std::function<bool()>&& action)
 {
-    if (!VESK_ARGUMENT(!vecVolumes.empty())) {
+    const Texts vecVolumes = NamesGet(vecGivenVolumes);
+    if (!VESK_ARGUMENT(!vecVolumes.empty()) || !AreVolumes(vecVolumes)) {
         return false;
     }
     FileLock actionLock("/run/vesksystemd/locks/volume-unmount-action.lock", true, 3600);

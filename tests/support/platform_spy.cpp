@@ -149,7 +149,7 @@ extern "C" {
 {
     static const auto real = VeskTest::NextFunction<DIR*(const char*)>("opendir");
     const VeskTest::PlatformSpy* spy = VeskTest::currentSpy;
-    if (spy != nullptr && spy->AreProcessesHidden() && std::string(name).rfind("/proc/", 0) == 0) {
+    if (spy != nullptr && spy->IsHidden(name)) {
         errno = EMFILE;
         return nullptr;
     }

@@ -46,7 +46,12 @@ public:
 
     // From now on no folder of /proc can be opened.
     void HideProcesses() { m_processesHidden = true; }
-    bool AreProcessesHidden() const { return m_processesHidden; }
+    // From now on that folder, of one process, cannot be opened.
+    void HideFolder(const std::string& path) { m_hiddenFolder = path; }
+    bool IsHidden(const std::string& folder) const
+    {
+        return folder == m_hiddenFolder || (m_processesHidden && folder.rfind("/proc/", 0) == 0);
+    }
 
     // From now on the library's pauses take no time, those of forked children included.
     void StopTheClock() const;
@@ -74,6 +79,7 @@ private:
     std::atomic<int> m_sections{0};
     int m_failingSection = 0;
     bool m_processesHidden = false;
+    std::string m_hiddenFolder;
     std::function<void(int)> m_onFork;
     std::function<void()> m_onSecond;
     Shared* m_shared;

@@ -3,8 +3,10 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
@@ -130,6 +132,17 @@ bool ProcSpy::FailsReading(int descriptor)
     return true;
 }
 
+bool ProcSpy::FailsOnce(const std::string& call)
+{
+    const auto it = m_failingOnce.find(call);
+    if (it == m_failingOnce.end()) {
+        return false;
+    }
+    errno = it->second;
+    m_failingOnce.erase(it);
+    return true;
+}
+
 bool ProcSpy::OpenFolder(const std::string& path)
 {
     Run(m_before, path);
@@ -141,10 +154,20 @@ void ProcSpy::FolderIsOpen(const std::string& path, const DIR* folder)
     if (path == "/proc/") {
         m_processes = folder;
     }
+    m_broken.erase(folder);
+    const auto it = m_breaking.find(path);
+    if (it != m_breaking.end()) {
+        m_broken[folder] = it->second;
+    }
 }
 
 dirent* ProcSpy::Read(DIR* folder, const std::function<dirent*()>& read)
 {
+    const auto it = m_broken.find(folder);
+    if (it != m_broken.end()) {
+        errno = it->second;
+        return nullptr;
+    }
     if (folder != m_processes) {
         return read();
     }
@@ -205,6 +228,28 @@ extern "C" {
     static const auto real = VeskTest::NextFunction<dirent*(DIR*)>("readdir");
     VeskTest::ProcSpy* spy = VeskTest::currentSpy;
     return spy != nullptr ? spy->Read(folder, [folder] { return real(folder); }) : real(folder);
+}
+
+[[gnu::visibility("default")]] char* realpath(const char* path, char* resolved) noexcept
+{
+    static const auto real = VeskTest::NextFunction<char*(const char*, char*)>("realpath");
+    VeskTest::ProcSpy* spy = VeskTest::currentSpy;
+    const bool fails = spy != nullptr && spy->FailsOnce(std::string("realpath ") + path);
+    return fails ? nullptr : real(path, resolved);
+}
+
+// As the library calls it where it is built with checks of its buffers.
+[[gnu::visibility("default")]] char* __realpath_chk(const char* path, char* resolved, size_t) noexcept
+{
+    return realpath(path, resolved);
+}
+
+[[gnu::visibility("default")]] int stat(const char* path, struct stat* status) noexcept
+{
+    static const auto real = VeskTest::NextFunction<int(const char*, struct stat*)>("stat");
+    VeskTest::ProcSpy* spy = VeskTest::currentSpy;
+    const bool fails = spy != nullptr && spy->FailsOnce(std::string("stat ") + path);
+    return fails ? -1 : real(path, status);
 }
 }
 // NOLINTEND(readability-inconsistent-declaration-parameter-name)

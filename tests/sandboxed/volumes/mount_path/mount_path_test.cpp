@@ -136,6 +136,29 @@ TEST_F(MountPath, IsUsedByServicesOnly)
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
+TEST_F(MountPath, IsUsedByNoServiceOfTheSystemThroughThatOfAUser)
+{
+    const auto inTree = [&](const ServiceProcess& process, const std::string& path) {
+        spy.Show(Of(process, "cgroup"), "0::/\n1:name=systemd:" + path + "\n");
+    };
+    const std::string ofUser = "/user.slice/user-1000.slice/user@1000.service";
+    const ServiceProcess user("", [] { WorkIn(kVolume); });
+    const ServiceProcess deep("", [] { WorkIn(kVolume); });
+    const ServiceProcess ofRoot("", [] { WorkIn(kVolume); });
+    const ServiceProcess manager("", [] { WorkIn(kVolume); });
+    const ServiceProcess named("", [] { WorkIn(kVolume); });
+    inTree(user, ofUser + "/victim.service");
+    inTree(deep, ofUser + "/app.slice/a.service/victim.service");
+    inTree(ofRoot, "/user@0.service/victim.service");
+    inTree(manager, ofUser);
+    inTree(named, "/xuser@1.service/user@x.service/user@1.service.d/user@.service/named.service");
+    EXPECT_THAT(Services(), ElementsAre("named.service", "user@1000.service"));
+    EXPECT_THAT(Files(), ElementsAre(kVolume, kVolume));
+    std::string unit;
+    EXPECT_TRUE(VESKSystemdGetByPid(user.Pid(), unit));
+    EXPECT_EQ(unit, "victim.service") << "who asks for a process gets its unit, whosever it is";
+}
+
 // A service that may ask to be left out.
 struct SkipRow {
     const char* name;
@@ -440,6 +463,63 @@ TEST_F(MountPath, CannotBeScannedWhenMemoryLacksForReadingWhatIsOpen)
         spy.Replace(Of(user, file),
                     [path = Of(user, file)] { return openat(AT_FDCWD, path.c_str(), O_RDONLY | O_CLOEXEC); });
     }
+}
+
+TEST_F(MountPath, CannotBeScannedWhenMemoryLacksForAPath)
+{
+    MakeFolder("/bound");
+    VeskGround::Require(mount("/volume1/share", "/bound", nullptr, MS_BIND, nullptr), "bind", "/bound");
+    const ServiceProcess user("a.service", [] { WorkIn("/bound"); });
+    for (const char* call : {"realpath /bound", "stat /bound", "stat /volume1"}) {
+        SCOPED_TRACE(call);
+        spy.FailOnce(call, ENOMEM);
+        VLIBCErrSetEx(0, "", 0);
+        Words services{"before"};
+        EXPECT_FALSE(VESKSystemdServiceListByMntPath(kVolume, services));
+        EXPECT_EQ(VLIBCErrGet(), 0x0900);
+        EXPECT_THAT(services, ElementsAre("before"));
+        EXPECT_THAT(log.Take(), IsEmpty());
+        EXPECT_THAT(Services(), ElementsAre("a.service"));
+        log.Take();
+    }
+    umount2("/bound", MNT_DETACH);
+}
+
+TEST_F(MountPath, IsUsedByAProcessWithAFileThatCouldNotBeLookedAtInAnother)
+{
+    MakeFolder("/bound");
+    VeskGround::Require(mount("/volume1/share", "/bound", nullptr, MS_BIND, nullptr), "bind", "/bound");
+    const ServiceProcess first("a.service", [] {
+        WorkIn("/bound");
+        MapFile("/volume1/a");
+    });
+    const ServiceProcess second("b.service", [] { WorkIn("/bound"); });
+    for (const char* call : {"realpath /bound", "stat /bound"}) {
+        spy.FailOnce(call, ENOMEM);
+        EXPECT_THAT(Services(), ElementsAre("a.service", "b.service")) << call;
+        EXPECT_THAT(Files(), ElementsAre("/volume1/a", "/bound")) << call;
+    }
+    umount2("/bound", MNT_DETACH);
+}
+
+TEST_F(MountPath, CannotBeScannedWhenAListBreaksOff)
+{
+    const ServiceProcess user("a.service", [] { OpenFile("/volume1/a"); });
+    const auto expectFailure = [](const std::string& folder) {
+        VLIBCErrSetEx(0, "", 0);
+        Words services{"before"};
+        EXPECT_FALSE(VESKSystemdServiceListByMntPath(kVolume, services)) << folder;
+        EXPECT_EQ(VLIBCErrGet(), 0x0900) << folder;
+        EXPECT_THAT(services, ElementsAre("before")) << folder;
+    };
+    for (const int error : {ENOMEM, EIO}) {
+        spy.BreakOff(Of(user, "fd/"), error);
+        expectFailure("fd");
+    }
+    spy.BreakOff(Of(user, "fd/"), ESRCH);
+    EXPECT_THAT(Services(), IsEmpty());
+    spy.BreakOff("/proc/", EIO);
+    expectFailure("list");
 }
 
 TEST_F(MountPath, IsUsedByAProcessWhoseMapsTellSoThoughItsDescriptorsCannotBeListed)

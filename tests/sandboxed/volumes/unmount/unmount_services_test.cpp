@@ -153,6 +153,28 @@ TEST_F(UnmountServices, ThatUseTheVolumeStandForThemselvesWhenTheirMasterCannotB
                                       StopLine("transient.service")));
 }
 
+TEST_F(UnmountServices, ThatWereFoundBeforeAShortageAreStopped)
+{
+    AddUnit("a.service", "");
+    AddUnit("b.service", "");
+    const VolumeUser found(kVolume, "a.service");
+    const VolumeUser other("/tmp", "b.service");
+    spy.HideFolder("/proc/" + std::to_string(other.Pid()) + "/fd/");
+    EXPECT_TRUE(Run());
+    EXPECT_THAT(OwnLog(),
+                ElementsAre(Error(kUnmountFile, "vesksystemd: Fail to list services by mnt path [/volume1]."),
+                            StopLine("a.service")));
+    EXPECT_EQ(runs, 1);
+}
+
+TEST_F(UnmountServices, OfUsersStandForNoneOfTheSystem)
+{
+    AddUnit("victim.service", "");
+    const VolumeUser user(kVolume, "user-1000.slice/user@1000.service/victim.service");
+    EXPECT_TRUE(Run());
+    EXPECT_THAT(OwnLog(), ElementsAre(NothingToStop()));
+}
+
 TEST_F(UnmountServices, AreThoseThatDependWhenTheProcessesCannotBeListed)
 {
     AddDependent("a.service");

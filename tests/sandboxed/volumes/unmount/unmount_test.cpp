@@ -124,6 +124,28 @@ TEST_F(UnmountTest, RefusesAnEmptyListBeforeItTakesAnyLock)
     EXPECT_THAT(log.Take(), ElementsAre(RefusedArgument(kUnmountFile, "!vecVolumes.empty()")));
 }
 
+TEST_F(UnmountTest, RefusesAnEmptyVolumeBeforeItTakesAnyLock)
+{
+    AddDependent("a.service");
+    const auto expectRefusal = [&](bool result) {
+        EXPECT_FALSE(result);
+        EXPECT_EQ(VLIBCErrGet(), 0x0D00);
+        EXPECT_STREQ(VLIBCErrorGetFile(), kUnmountFile);
+        EXPECT_THAT(log.Take(), ElementsAre(RefusedArgument(kUnmountFile, "!strVolume.empty()")));
+        VLIBCErrSetEx(0, "", 0);
+    };
+    const auto action = [](void* called) { return *static_cast<bool*>(called) = true; };
+    bool called = false;
+    expectRefusal(Run(true, {""}));
+    expectRefusal(Run(true, {kVolume, std::string("\0/volume2", 9)}));
+    expectRefusal(VESKCSystemdVolumeUnmountAction("", action, &called) != 0);
+    expectRefusal(VESKCSystemdVolumeGroupUnmountAction(CList({kVolume, ""}).Get(), action, &called) != 0);
+    EXPECT_EQ(runs, 0);
+    EXPECT_FALSE(called);
+    EXPECT_THAT(spy.Locks(), IsEmpty());
+    EXPECT_THAT(systemctl.Calls(), IsEmpty());
+}
+
 TEST_F(UnmountTest, HoldsItsLocksWhileTheActionRuns)
 {
     AddDependent("a.service");
