@@ -243,8 +243,10 @@ VESK_API int VESKCSystemdServiceReasonList(const char* szService, VLIBCSzList** 
 /*
  * A volume is named by its mount path, which begins with "/" and does not end with one. Which volumes a unit
  * or a package uses stands in a file of its own, a JSON array, which is replaced as a whole: whatever dies
- * when, it holds the array from before or after. A replaced file keeps its owner and mode; when it cannot, the
- * change fails. One program changes registries at a time; another one fails at once.
+ * when, it holds the array from before or after. A replaced file keeps its owner and its permissions where the
+ * caller may give them. A file that is no regular one, or larger than 1 MiB, cannot be read: all that is about
+ * it fails. A change also fails when it is made but a power cut may undo it, which is logged. One program changes
+ * registries at a time; another one fails at once.
  *
  * Such a file holds what RFC 8259 allows. Anything else, comments and text after the array included, is damage: it
  * can be neither read nor changed, and nothing is written over it. Elements that are no strings, numbers of any

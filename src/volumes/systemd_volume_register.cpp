@@ -1,17 +1,12 @@
 #include "vesksystemd.hpp"
 
 #include <algorithm>
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "core/c_forms.hpp"
-#include "core/file_text.hpp"
 #include "core/lock_release.hpp"
 #include "core/log.hpp"
 #include "core/names.hpp"
-#include "core/unique_fd.hpp"
+#include "volumes/registry_file.hpp"
 #include "volumes/volume_array.hpp"
 
 using namespace VESK::Systemd;
@@ -49,12 +44,13 @@ Registry PackageRegistry(const string& strPackage)
 /** The registered volumes; none when there is no file yet. */
 bool Read(const string& strPath, VolumeElements& vecElements)
 {
-    if (access(strPath.c_str(), F_OK) != 0) {
+    string strText;
+    const RegistryFile file = RegistryFileRead(strPath, strText);
+    if (file == RegistryFile::Missing) {
         return true;
     }
-    string strText;
     const VolumeArray result =
-        FileRead(strPath, strText) ? VolumeArrayParse(strText, vecElements) : VolumeArray::NotJson;
+        file == RegistryFile::Read ? VolumeArrayParse(strText, vecElements) : VolumeArray::NotJson;
     if (result == VolumeArray::NotJson) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to read volume register file [%s]", VESK_HERE,
                  strPath.c_str());
@@ -65,82 +61,27 @@ bool Read(const string& strPath, VolumeElements& vecElements)
     return result == VolumeArray::Read;
 }
 
-bool WriteAll(int fd, std::string_view svText)
-{
-    while (!svText.empty()) {
-        const ssize_t cbWritten = write(fd, svText.data(), svText.size());
-        if (cbWritten == 0 || (cbWritten < 0 && errno != EINTR)) {
-            return false;
-        }
-        svText.remove_prefix(cbWritten < 0 ? 0 : static_cast<size_t>(cbWritten));
-    }
-    return true;
-}
-
-bool Sync(int fd)
-{
-    int nResult = 0;
-    do {
-        nResult = fsync(fd);
-    } while (nResult != 0 && errno == EINTR);
-    return nResult == 0;
-}
-
-/** Gives a file the owner and the mode that another one has. */
-bool OwnerCopy(int fd, const struct stat& before)
-{
-    struct stat now {
-    };
-    if (fstat(fd, &now) != 0) {
-        return false;
-    }
-    const bool blSame = now.st_uid == before.st_uid && now.st_gid == before.st_gid;
-    return (blSame || fchown(fd, before.st_uid, before.st_gid) == 0) &&
-           fchmod(fd, before.st_mode & ALLPERMS) == 0;
-}
-
-/** Writes a file that is to take the place of the one at the path, if any, so that it is on the disk. */
-bool Dump(const string& strTemporary, const string& strPath, const string& strText)
-{
-    struct stat before {
-    };
-    const bool blReplaces = stat(strPath.c_str(), &before) == 0;
-    // What a killed process of the same id has left goes; what a link points at is nobody's to be written.
-    unlink(strTemporary.c_str());
-    // Nobody else reads it before it has the owner that it is to have.
-    UniqueFd fd(open(strTemporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
-                     blReplaces ? S_IRUSR | S_IWUSR : 0644));
-    return fd.IsOpen() && (!blReplaces || OwnerCopy(fd.Get(), before)) && WriteAll(fd.Get(), strText) &&
-           Sync(fd.Get()) && fd.Close();
-}
-
-/** Moves a file onto another so that the disk holds the one or the other, whenever the power goes. */
-bool Replace(const string& strFrom, const Registry& registry)
-{
-    const UniqueFd directory(open(registry.strDirectory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!directory.IsOpen() || rename(strFrom.c_str(), registry.PathGet().c_str()) != 0) {
-        return false;
-    }
-    // A file system that has nothing to sync for a directory says EINVAL.
-    return Sync(directory.Get()) || errno == EINVAL;
-}
-
 bool Write(const Registry& registry, const VolumeElements& vecElements)
 {
     const string strPath = registry.PathGet();
-    const string strTemporary = strPath + ".tmp." + std::to_string(getpid());
-    bool blResult = false;
-    if (!Dump(strTemporary, strPath, VolumeArrayText(vecElements))) {
+    const ReplacingFile file(registry.strDirectory, registry.strFile);
+    if (!file.Dump(VolumeArrayText(vecElements))) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to dump json file to [%s]", VESK_HERE,
-                 strTemporary.c_str());
-    } else if (!Replace(strTemporary, registry)) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to rename [%s] to [%s] (%m)", VESK_HERE,
-                 strTemporary.c_str(), strPath.c_str());
-    } else {
-        blResult = true;
+                 file.PathGet().c_str());
+        return false;
     }
-    unlink(strTemporary.c_str());
-    return blResult;
+    switch (file.TakePlace()) {
+    case ReplacingFile::Result::Done:
+        return true;
+    case ReplacingFile::Result::NotRenamed:
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to rename [%s] to [%s] (%m)", VESK_HERE,
+                 file.PathGet().c_str(), strPath.c_str());
+        break;
+    case ReplacingFile::Result::NotSynced:
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to sync [%s] (%m)", VESK_HERE, strPath.c_str());
+        break;
+    }
+    return false;
 }
 
 bool IsVolume(const VolumeElement& element, const string& strVolume)

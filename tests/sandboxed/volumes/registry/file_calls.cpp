@@ -48,6 +48,12 @@ std::optional<int> Failure(const std::string& name, const std::string& path, con
     return error != 0 ? std::optional<int>(error) : std::nullopt;
 }
 
+// Only where it is asked for: what is opened is closed, in an order that tells nothing.
+bool FailsToClose(const std::string& path)
+{
+    return current != nullptr && current->IsToFail("close " + path);
+}
+
 int FailWith(int error)
 {
     errno = error;
@@ -130,6 +136,18 @@ int fsync(int descriptor)
     static const auto real = VeskTest::NextFunction<decltype(fsync)>("fsync");
     const auto failure = Failure("sync", VeskTest::PathOf(descriptor));
     return failure ? FailWith(*failure) : real(descriptor);
+}
+
+int close(int descriptor)
+{
+    static const auto real = VeskTest::NextFunction<decltype(close)>("close");
+    if (VeskTest::current == nullptr) {
+        return real(descriptor);
+    }
+    const std::string path = VeskTest::PathOf(descriptor);
+    const int result = real(descriptor);
+    const auto failure = VeskTest::FailsToClose(path) ? Failure("close", path) : std::nullopt;
+    return failure ? FailWith(*failure) : result;
 }
 
 int fchown(int descriptor, uid_t user, gid_t group) noexcept

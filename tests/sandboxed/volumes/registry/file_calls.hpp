@@ -25,8 +25,14 @@ public:
     // The calls since the last Take(), in their order.
     std::vector<std::string> Take();
 
-    // The next calls of that text fail, one for each errno.
+    // The next calls of that text fail, one for each errno; so does "close PATH", which is not seen otherwise.
     void Fail(const std::string& call, const std::vector<int>& errors);
+
+    bool IsToFail(const std::string& call) const
+    {
+        const auto it = m_errors.find(call);
+        return it != m_errors.end() && !it->second.empty();
+    }
 
     // Each write takes no more than so many bytes.
     void WriteAtMost(std::size_t bytes) { m_most = bytes; }

@@ -125,7 +125,7 @@ std::ostream& operator<<(std::ostream& stream, const Access& access)
 TEST_P(RegistryChange, KeepsTheModeOfTheFile)
 {
     const std::string file = GetParam().File();
-    for (const unsigned mode : {0600U, 0640U, 0664U, 0666U, 0400U, 02750U}) {
+    for (const unsigned mode : {0600U, 0640U, 0664U, 0666U, 0400U, 0750U, 0000U}) {
         WriteText(file, R"(["/volume2"])");
         VeskGround::Require(chmod(file.c_str(), mode), "change the mode of", file);
         EXPECT_TRUE(Run());
@@ -134,6 +134,36 @@ TEST_P(RegistryChange, KeepsTheModeOfTheFile)
         RemoveAll(file);
     }
     EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+TEST_P(RegistryChange, KeepsPermissionsAlone)
+{
+    const std::string file = GetParam().File();
+    WriteText(file, R"(["/volume2"])");
+    VeskGround::Require(chmod(file.c_str(), 07755), "change the mode of", file);
+    EXPECT_TRUE(Run());
+    EXPECT_EQ(Mode(file), 0755U);
+}
+
+TEST_P(RegistryChange, HasNoSayInTheModeOfTheFileByItsUmask)
+{
+    const std::string file = GetParam().File();
+    for (const mode_t mask : {mode_t{0}, mode_t{077}, mode_t{0777}}) {
+        for (const bool there : {false, true}) {
+            SCOPED_TRACE(there ? "a file that is replaced" : "a new file");
+            RemoveAll(file);
+            MakeFolder(GetParam().Folder());
+            if (there) {
+                WriteText(file, "[]");
+                VeskGround::Require(chmod(file.c_str(), 0664), "change the mode of", file);
+            }
+            umask(mask);
+            const bool changed = Run();
+            umask(before.mask);
+            EXPECT_TRUE(changed) << std::oct << mask;
+            EXPECT_EQ(Mode(file), there ? 0664U : 0644U) << std::oct << mask;
+        }
+    }
 }
 
 TEST_P(RegistryChange, KeepsTheOwnerOfTheFile)
@@ -288,14 +318,6 @@ TEST_F(Register, LetsNobodyElseWriteTheFile)
     EXPECT_TRUE(VESKSystemdVolumeRegister("foo", "/volume1"));
     umask(before.mask);
     EXPECT_EQ(Mode(UnitFile("foo.service")), 0644U);
-}
-
-TEST_F(Register, LeavesTheModeOfANewFileToTheMask)
-{
-    umask(0077);
-    EXPECT_TRUE(VESKSystemdVolumeRegister("foo", "/volume1"));
-    umask(before.mask);
-    EXPECT_EQ(Mode(UnitFile("foo.service")), 0600U);
 }
 
 TEST_F(Register, LetsNoProgramHaveTheLock)

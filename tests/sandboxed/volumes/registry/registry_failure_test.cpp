@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <sys/mount.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "checks.hpp"
@@ -110,9 +111,22 @@ TEST_P(RegistryFailure, OfSyncingTheFile)
     ExpectFailureOnce("sync " + Temporary(file), EIO, NotDumped(file));
 }
 
+TEST_P(RegistryFailure, OfClosingTheFile)
+{
+    ExpectFailureOnce("close " + Temporary(file), EIO, NotDumped(file));
+}
+
 TEST_P(RegistryFailure, OfKeepingTheMode)
 {
-    ExpectFailureOnce("chmod " + Temporary(file), EPERM, NotDumped(file));
+    ExpectFailureOnce("chmod " + Temporary(file), EIO, NotDumped(file));
+}
+
+TEST_P(RegistryFailure, IsNoneWhereTheModeMayNotBeGiven)
+{
+    FileCalls calls;
+    calls.Fail("chmod " + Temporary(file), {EPERM});
+    ExpectSuccess();
+    EXPECT_THAT(log.Take(), IsEmpty());
 }
 
 TEST_P(RegistryFailure, OfKeepingTheOwner)
@@ -121,7 +135,33 @@ TEST_P(RegistryFailure, OfKeepingTheOwner)
         GTEST_SKIP() << "this sandbox has one user only";
     }
     VeskGround::Require(chown(file.c_str(), 4711, 4712), "change the owner of", file);
-    ExpectFailureOnce("chown " + Temporary(file), EPERM, NotDumped(file));
+    FileCalls calls;
+    calls.Fail("chown " + Temporary(file), {EIO, EIO});
+    ExpectFailure({NotDumped(file)});
+    ExpectSuccess();
+}
+
+TEST_P(RegistryFailure, IsNoneWhereTheOwnerMayNotBeGiven)
+{
+    if (!CanBecomeOtherUsers()) {
+        GTEST_SKIP() << "this sandbox has one user only";
+    }
+    for (const bool group : {true, false}) {
+        SCOPED_TRACE(group ? "only the group may" : "nor may the group");
+        WriteText(file, oldText);
+        VeskGround::Require(chown(file.c_str(), 4711, 4712), "change the owner of", file);
+        VeskGround::Require(chmod(file.c_str(), 0640), "change the mode of", file);
+        FileCalls calls;
+        calls.Fail("chown " + Temporary(file), group ? std::vector{EPERM} : std::vector{EPERM, EPERM});
+        ExpectSuccess();
+        struct stat status {
+        };
+        VeskGround::Require(stat(file.c_str(), &status), "look at", file);
+        EXPECT_EQ(status.st_uid, 0U);
+        EXPECT_EQ(status.st_gid, group ? 4712U : 0U);
+        EXPECT_EQ(status.st_mode & 07777U, 0640U);
+    }
+    EXPECT_THAT(log.Take(), IsEmpty());
 }
 
 TEST_P(RegistryFailure, OfCreatingTheTemporaryFile)
@@ -160,8 +200,73 @@ TEST_P(RegistryFailure, OfSyncingTheFolderIsOneThoughTheFileIsNew)
     FileCalls calls;
     calls.Fail("sync " + folder, {EIO});
     EXPECT_FALSE(Run());
-    EXPECT_THAT(log.Take(), ElementsAre(NotRenamed(file, "Input/output error")));
+    EXPECT_THAT(log.Take(),
+                ElementsAre(Error(kFile, "vesksystemd: Fail to sync [" + file + "] (Input/output error)")));
     EXPECT_EQ(ReadText(file), newText);
+}
+
+TEST_P(RegistryFailure, IsNoneInAFolderThatMayBeWrittenButNotRead)
+{
+    FileCalls calls;
+    calls.Fail("open " + folder + "/", {EACCES});
+    ExpectSuccess();
+    EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+TEST_P(RegistryFailure, OfGettingSuchAFolderToTheDiskIsOneThoughTheFileIsNew)
+{
+    FileCalls calls;
+    calls.Fail("open " + folder + "/", {EACCES});
+    calls.Before([&](const std::string& call) {
+        if (call.rfind("rename", 0) == 0) {
+            calls.Fail("open " + file, {EIO});
+        }
+    });
+    EXPECT_FALSE(Run());
+    calls.Before({});
+    EXPECT_THAT(log.Take(),
+                ElementsAre(Error(kFile, "vesksystemd: Fail to sync [" + file + "] (Input/output error)")));
+    EXPECT_EQ(ReadText(file), newText);
+}
+
+TEST_P(RegistryFailure, OfALinkToADeviceOrAFolder)
+{
+    const auto expectFailure = [&] {
+        EXPECT_FALSE(Run());
+        EXPECT_THAT(log.Take(), ElementsAre(NotRead(file)));
+        EXPECT_TRUE(IsLockFree(kLock));
+    };
+    for (const char* target : {"/dev/zero", "/dev/null", "/dev/full", "/tmp"}) {
+        RemoveAll(file);
+        std::filesystem::create_symlink(target, file);
+        expectFailure();
+        EXPECT_EQ(std::filesystem::read_symlink(file), target);
+    }
+    RemoveAll(file);
+}
+
+TEST_P(RegistryFailure, OfAFileThatBecomesADeviceWhileItIsOpened)
+{
+    FileCalls calls;
+    calls.Before([&](const std::string& call) {
+        if (call == "open " + file) {
+            RemoveAll(file);
+            std::filesystem::create_symlink("/dev/zero", file);
+        }
+    });
+    EXPECT_FALSE(Run());
+    EXPECT_THAT(log.Take(), ElementsAre(NotRead(file)));
+}
+
+TEST_P(RegistryFailure, OfAFileThatIsLargerThanAMebibyte)
+{
+    const std::string blanks(1024 * 1024 - oldText.size(), ' ');
+    WriteText(file, oldText + blanks);
+    ExpectSuccess();
+    WriteText(file, oldText + blanks + " ");
+    EXPECT_FALSE(Run());
+    EXPECT_THAT(log.Take(), ElementsAre(NotRead(file)));
+    EXPECT_EQ(std::filesystem::file_size(file), 1024U * 1024U + 1U);
 }
 
 TEST_P(RegistryFailure, IsNoneOnAFileSystemThatCannotSyncFolders)
@@ -228,6 +333,19 @@ TEST_P(RegistryFailure, LeavesNoLockToAChildThatAnotherThreadForks)
     ExpectSuccess();
     EXPECT_NE(child, nullptr);
     EXPECT_TRUE(IsLockFree(kLock)) << "the child still runs";
+}
+
+TEST_P(RegistryFailure, OfAnArrayThatCouldNotBeReadAgain)
+{
+    const std::string large = "[\"/" + std::string(1024 * 1024 - 10, 'x') + "\"]";
+    WriteText(file, large);
+    if (GetParam().registers) {
+        EXPECT_FALSE(Run("/" + std::string(100, 'y')));
+        EXPECT_THAT(log.Take(), ElementsAre(NotDumped(file)));
+        EXPECT_EQ(ReadText(file), large);
+    } else {
+        EXPECT_TRUE(Run());
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, RegistryFailure, ValuesIn(Changes()), NameOf<Change>);
