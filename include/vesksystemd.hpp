@@ -657,7 +657,7 @@ VESK_API bool VESKSystemdVolumeUnregister(const std::string& strUnit, const std:
 VESK_API bool VESKSystemdPackageVolumeRegister(const std::string& strPackage, const std::string& strVolume);
 VESK_API bool VESKSystemdPackageVolumeUnregister(const std::string& strPackage, const std::string& strVolume);
 
-/** Whether one of the volumes is registered. Empty arguments are no error, and no lock is taken. Logs no refusal. */
+/** Whether one of the volumes is registered. Empty arguments are no error, no lock is taken, no refusal logged. */
 VESK_API bool VESKSystemdVolumeIsRegisteredByUnit(const std::string& strUnit,
                                                   const std::vector<std::string>& vecVolumes);
 VESK_API bool VESKSystemdVolumeIsRegisteredByPackage(const std::string& strPackage,

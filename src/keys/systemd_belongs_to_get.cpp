@@ -1,6 +1,6 @@
 #include "vesksystemd.hpp"
 
-#include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/text.hpp"
 #include "keys/key_get.hpp"
 
@@ -8,5 +8,5 @@ using namespace VESK::Systemd;
 
 bool VESKSystemdBelongsToGet(const std::string& strUnit, Texts& vecTargets)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && TargetsKeyGet(strUnit, "BelongsTo", vecTargets);
+    return VESK_ARGUMENT_NAME(strUnit) && TargetsKeyGet(strUnit, "BelongsTo", vecTargets);
 }

@@ -2,6 +2,7 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/text.hpp"
 #include "keys/key_get.hpp"
 
@@ -9,7 +10,7 @@ using namespace VESK::Systemd;
 
 bool VESKSystemdFirewallSectionsGet(const std::string& strUnit, Texts& vecSections)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && ListKeyGet(strUnit, "FirewallSections", vecSections);
+    return VESK_ARGUMENT_NAME(strUnit) && ListKeyGet(strUnit, "FirewallSections", vecSections);
 }
 
 int VESKCSystemdFirewallSectionsGet(const char* szUnit, VLIBCSzList** ppFirewallSections)

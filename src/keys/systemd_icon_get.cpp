@@ -1,12 +1,12 @@
 #include "vesksystemd.hpp"
 
-#include "core/log.hpp"
+#include "core/names.hpp"
 
 using namespace VESK::Systemd;
 
 bool VESKSystemdIconGet(std::string strUnit, Icon& icon)
 {
-    if (!VESK_ARGUMENT(!strUnit.empty())) {
+    if (!VESK_ARGUMENT_NAME(strUnit)) {
         return false;
     }
     try {

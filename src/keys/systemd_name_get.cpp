@@ -2,13 +2,14 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 #include "keys/key_get.hpp"
 
 using namespace VESK::Systemd;
 
 bool VESKSystemdNameGet(const std::string& strUnit, std::string& strName)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && TextKeyGet(strUnit, "Name", strName);
+    return VESK_ARGUMENT_NAME(strUnit) && TextKeyGet(strUnit, "Name", strName);
 }
 
 int VESKCSystemdNameGet(const char* szUnit, char* szName, size_t cbName)

@@ -2,13 +2,14 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 #include "keys/key_get.hpp"
 
 using namespace VESK::Systemd;
 
 bool VESKSystemdNanoUpdateDislayGet(const std::string& strUnit, bool& blDisplay)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && FlagKeyGet(strUnit, "NanoUpdateDisplay", blDisplay);
+    return VESK_ARGUMENT_NAME(strUnit) && FlagKeyGet(strUnit, "NanoUpdateDisplay", blDisplay);
 }
 
 int VESKCSystemdNanoUpdateDislayGet(const char* szUnit, bool* pblDisplay)

@@ -5,6 +5,7 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 
 using namespace VESK::Systemd;
 
@@ -31,7 +32,7 @@ VESK_SYSTEMD_VOLUME_DEPENDENCY DependencyOf(const std::string& strWord)
 
 bool VESKSystemdVolumeDependencyGet(const std::string& strUnit, VESK_SYSTEMD_VOLUME_DEPENDENCY& dependency)
 {
-    if (!VESK_ARGUMENT(!strUnit.empty())) {
+    if (!VESK_ARGUMENT_NAME(strUnit)) {
         return false;
     }
     try {
