@@ -172,8 +172,8 @@ std::string CgroupHierarchyGet(const std::string& strHierarchy)
 bool CgroupLineParse(const std::string& strLine, const std::string& strHierarchy, std::string& strPath,
                      SystemdKind kind)
 {
-    Texts vecFields;
-    if (!Split(strLine, vecFields, ":") || vecFields.size() < 3 || vecFields[1] != strHierarchy) {
+    const Texts vecFields = Pieces(strLine, ":");
+    if (vecFields.size() < 3 || vecFields[1] != strHierarchy) {
         return false;
     }
     if (kind == SystemdKind::Platform) {
@@ -205,8 +205,7 @@ void CgroupUnitAdd(const std::string& strPath, Texts& vecUnits, SystemdKind kind
         vecUnits.push_back(BaseName(strPath));
         return;
     }
-    Texts vecParts;
-    Split(strPath, vecParts, "/");
+    const Texts vecParts = Pieces(strPath, "/");
     size_t nPart = 1;
     const std::string strUnit = FirstUnit(vecParts, nPart);
     // A unit may have several groups.

@@ -1,19 +1,46 @@
 #include "resource/cgroup_walk.hpp"
 
+#include <cerrno>
+
+#include "core/directory.hpp"
 #include "core/file_system.hpp"
-#include "core/glob_result.hpp"
+#include "core/text.hpp"
 
 namespace VESK::Systemd
 {
+namespace
+{
+
+/** Whether there is nothing to be found, since what was to be searched is gone. */
+bool IsGone(int nError)
+{
+    return nError == ENOENT || nError == ENODEV;
+}
+
+/** Appends what is in a folder; false when that is not all. */
+bool EntriesAppend(const std::string& strFolder, Texts& vecEntries)
+{
+    Directory entries(strFolder);
+    while (const char* szEntry = entries.Next()) {
+        if (*szEntry != '.') {
+            vecEntries.push_back(strFolder + "/" + szEntry);
+        }
+    }
+    return entries.Error() == 0 || IsGone(entries.Error());
+}
+
+} // namespace
 
 bool CgroupsBelow(const std::string& strFolder, const std::function<void(const std::string& strGroup)>& visit)
 {
-    GlobResult entries;
-    const int nResult = entries.Add(strFolder, "/*");
-    bool blSearched = nResult == 0 || nResult == GLOB_NOMATCH;
-    for (const std::string strEntry : entries) {
+    // However deep the groups are, one folder is open at a time.
+    Texts vecEntries;
+    bool blSearched = EntriesAppend(strFolder, vecEntries);
+    for (const std::string& strEntry : vecEntries) {
+        errno = 0;
         // A symbolic link is no group, and following it might never end.
         if (!IsOwnDirectory(strEntry)) {
+            blSearched = blSearched && (errno == 0 || IsGone(errno));
             continue;
         }
         visit(strEntry);

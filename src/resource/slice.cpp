@@ -27,8 +27,7 @@ bool IsGone(int nPid)
         return access(strFolder.c_str(), F_OK) != 0;
     }
     // The state follows the name, which stands in parentheses and may hold some of its own.
-    Texts vecFields;
-    Split(strText.substr(std::min(strText.rfind(')') + 1, strText.size())), vecFields, " ");
+    const Texts vecFields = Pieces(strText.substr(std::min(strText.rfind(')') + 1, strText.size())), " ");
     constexpr unsigned long kExiting = 0x4;
     return vecFields.size() < 7 || vecFields[0] == "Z" || vecFields[0] == "X" ||
            (std::stoul(vecFields[6]) & kExiting) != 0;
@@ -85,7 +84,7 @@ bool MembersFind(const CgroupTree& tree, const std::string& strFolder, Texts& ve
 } // namespace
 
 Slice::Slice(const std::string& strUnit)
-    : m_strUnit(strUnit)
+    : m_strUnit(BeforeZero(strUnit))
 {
     const bool blName = VESKSystemdNameGet(strUnit, m_strName);
     const bool blNameI18n = VESKSystemdNameI18nGet(strUnit, m_strNameI18n);
@@ -123,7 +122,7 @@ std::set<Process> Slice::ProcessesGet() const
 bool Slice::ProcessList(const std::string& strSlice, std::set<Process>& setProcesses)
 {
     const CgroupTree tree = MonitorTree();
-    const std::string strFolder = CgroupSliceFolder(tree, strSlice);
+    const std::string strFolder = CgroupSliceFolder(tree, BeforeZero(strSlice));
     Texts vecPaths;
     if (!IsDirectory(strFolder) || !MembersFind(tree, strFolder, vecPaths)) {
         return false;

@@ -1,5 +1,7 @@
 #include "vesksystemd.hpp"
 
+#include <cerrno>
+
 #include "core/file_text.hpp"
 #include "core/log.hpp"
 #include "resource/cgroup_layout.hpp"
@@ -22,6 +24,8 @@ bool VESKSystemdCgroupPathnameGet(int nPid, const std::string& strHierarchy, std
         }
     } catch (const std::exception& error) {
         VESK_LOG(LOG_ERR, "%s:%d Exception: %s", VESK_HERE, error.what());
+        // Memory, which is all that can be lacking here, tells nothing of the process.
+        errno = ENOMEM;
     }
     return false;
 }

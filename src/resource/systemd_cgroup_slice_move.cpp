@@ -4,6 +4,7 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/text.hpp"
 #include "resource/cgroup_layout.hpp"
 #include "resource/pid_write.hpp"
 
@@ -21,12 +22,13 @@ bool IsSliceName(const std::string& strSlice)
 
 } // namespace
 
-bool MoveToCgroupSlice(const std::string& strSlice, const std::string& strHierarchy)
+bool MoveToCgroupSlice(const std::string& strGivenSlice, const std::string& strHierarchy)
 {
+    const std::string strSlice = BeforeZero(strGivenSlice);
     if (!VESK_ARGUMENT(!strSlice.empty() && IsSliceName(strSlice))) {
         return false;
     }
-    const CgroupTree tree = CgroupTreeGet(strHierarchy);
+    const CgroupTree tree = CgroupTreeGet(BeforeZero(strHierarchy));
     const std::string strPath = CgroupSliceFolder(tree, strSlice) + "/" + tree.strMembers;
     if (VLIBCFileExist(strPath.c_str()) == 0) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: %s not found", VESK_HERE, strPath.c_str());

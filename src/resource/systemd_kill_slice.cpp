@@ -3,6 +3,8 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <filesystem>
+#include <stdexcept>
+#include <string>
 #include <system_error>
 
 #include "core/file_system.hpp"
@@ -20,6 +22,7 @@ namespace
 {
 
 constexpr unsigned long kDefaultGraceSeconds = 10;
+constexpr unsigned long kMostGraceSeconds = 86400;
 
 /** Whether a path stays below the folder that it starts from; all others hold what is not in the slice. */
 bool IsBelow(const std::string& strPath)
@@ -98,11 +101,22 @@ bool SendSignal(const std::string& strSlice, const Texts& vecOptions)
     }
 }
 
+/** Reads a number of seconds; what has a sign, or is longer than a day, is none. */
+unsigned long SecondsParse(const std::string& strSeconds)
+{
+    const unsigned long ulSeconds = std::stoul(strSeconds);
+    if (ulSeconds > kMostGraceSeconds ||
+        strSeconds.find_first_of("+-") < strSeconds.find_first_of("0123456789")) {
+        throw std::out_of_range("stoul");
+    }
+    return ulSeconds;
+}
+
 unsigned long GraceSecondsGet(const std::string& strSlice)
 {
     try {
         const std::string strSeconds = XVesklineKeyGet(strSlice, "SliceKillTimeoutSec");
-        return strSeconds.empty() ? kDefaultGraceSeconds : std::stoul(strSeconds);
+        return strSeconds.empty() ? kDefaultGraceSeconds : SecondsParse(strSeconds);
     } catch (const std::exception& error) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to get SliceKillTimeoutSec: [%s]", VESK_HERE,
                  error.what());
@@ -127,8 +141,9 @@ bool EndsWithin(const std::string& strSlice, unsigned long ulSeconds)
 
 } // namespace
 
-bool VESKSystemdKillSlice(const std::string& strSlice)
+bool VESKSystemdKillSlice(const std::string& strGivenSlice)
 {
+    const std::string strSlice = BeforeZero(strGivenSlice);
     if (!VESK_ARGUMENT(IsBelow(strSlice))) {
         return false;
     }

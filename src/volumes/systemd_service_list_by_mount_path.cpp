@@ -46,10 +46,7 @@ bool SystemUnitGet(int nPid, std::string& strUnit)
     if (!VESKSystemdCgroupPathnameGet(nPid, "name=systemd", strPath)) {
         return !IsShortage(errno);
     }
-    Texts vecFolders;
-    if (!Split(strPath, vecFolders, "/")) {
-        return false;
-    }
+    const Texts vecFolders = Pieces(strPath, "/");
     strUnit = IsBelowUserManager(vecFolders) ? "" : CgroupUnitGet(vecFolders);
     return true;
 }

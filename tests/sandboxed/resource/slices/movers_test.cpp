@@ -79,13 +79,22 @@ TEST_F(MovingIntoASlice, IsRefusedForWhatIsNoNameOfASlice)
 {
     WriteText(InMonitor("sub/a.slice/tasks"), "before\n");
     WriteText(InMonitor("a.service/tasks"), "before\n");
-    const Words names = {"",          "sub/a.slice",
-                         "/a.slice",  "../veskmonitor/a.slice",
-                         "a.slice/",  "a",
-                         "slice",     "a.slice.",
-                         "a.service", "a.Slice",
-                         "a.slice ",  "a.slice/b",
-                         "/",         "."};
+    const Words names = {"",
+                         "sub/a.slice",
+                         "/a.slice",
+                         "../veskmonitor/a.slice",
+                         "a.slice/",
+                         "a",
+                         "slice",
+                         "a.slice.",
+                         "a.service",
+                         "a.Slice",
+                         "a.slice ",
+                         "a.slice/b",
+                         "/",
+                         ".",
+                         std::string("\0a.slice", 8),
+                         std::string("a\0.slice", 8)};
     for (const std::string& name : names) {
         VLIBCErrSetEx(0, "", 0);
         EXPECT_FALSE(VESK::Systemd::MoveToCgroupSlice(name, "veskmonitor")) << name;
@@ -97,6 +106,12 @@ TEST_F(MovingIntoASlice, IsRefusedForWhatIsNoNameOfASlice)
     ExpectNothingMoved();
     EXPECT_EQ(ReadText(InMonitor("sub/a.slice/tasks")), "before\n");
     EXPECT_EQ(ReadText(InMonitor("a.service/tasks")), "before\n");
+}
+
+TEST_F(MovingIntoASlice, TakesNamesUpToTheirFirstZeroByte)
+{
+    EXPECT_TRUE(VESK::Systemd::MoveToCgroupSlice(std::string("a.slice\0/..", 11), "veskmonitor"));
+    EXPECT_EQ(ReadText(InMonitor("a.slice/tasks")), kPid);
 }
 
 TEST_F(MovingIntoASlice, FailsWhenTheSliceIsNotThere)
