@@ -6,7 +6,7 @@
 # fresh one; the build itself only lists them, which needs no ground. A test that is skipped, or whose ground the
 # machine cannot make, counts as skipped.
 #
-# Tests of the tier live run in each of GROUNDS (live-platform by default) as "TARGET.GROUND.Suite.Test", labelled
+# Tests of the tier live run in each of GROUNDS (all three by default) as "TARGET.GROUND.Suite.Test", labelled
 # with the ground too:
 #     live-platform         the library for the platform's systemd, the adapter in front of systemctl
 #     live-current-hybrid   the library for today's systemd and the machine's own systemctl, hybrid cgroups
@@ -64,7 +64,7 @@ function(vesk_test target)
     if(NOT TEST_TIER STREQUAL "live")
         set(TEST_GROUNDS ${TEST_TIER})
     elseif(NOT TEST_GROUNDS)
-        set(TEST_GROUNDS live-platform)
+        set(TEST_GROUNDS ${VESK_LIVE_GROUNDS})
     endif()
 
     add_executable(${target} ${TEST_SOURCES})

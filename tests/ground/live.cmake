@@ -28,8 +28,8 @@ add_dependencies(vesk-live vesk-systemctl-adapter)
 vesk_test(live_ground_parts_tests TIER pure
     SOURCES live_options_test.cpp systemctl_adapter_test.cpp
     LIBRARIES vesk_live_ground)
-vesk_test(live_ground_tests TIER live GROUNDS ${VESK_LIVE_GROUNDS} SOURCES live_adapter_test.cpp live_test.cpp)
-vesk_test(live_support_tests TIER live SOURCES live_support_test.cpp)
+vesk_test(live_ground_tests TIER live SOURCES live_adapter_test.cpp live_test.cpp)
+vesk_test(live_support_tests TIER live GROUNDS live-platform SOURCES live_support_test.cpp)
 vesk_test(live_example_tests TIER live SOURCES live_example_test.cpp LIBRARIES vesksystemd)
 
 add_test(NAME docs.testing.ShowsTheLiveExampleAsItIs

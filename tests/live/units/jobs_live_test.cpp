@@ -74,6 +74,17 @@ TEST_F(JobsLive, AUnitsJobIsFoundAndAUnitWithoutOneHasNone)
     EXPECT_EQ(VESKCSystemdIsJobEnqueued("dbus"), 0);
 }
 
+class JobsOnCurrent : public JobsLive
+{
+};
+
+TEST_F(JobsOnCurrent, AUnitsJobIsFoundByItsShortName)
+{
+    JobInfo info;
+    ASSERT_TRUE(VESKSystemdIntJobGet("stopping", info));
+    EXPECT_EQ(Text(info), "stopping.service stop running");
+}
+
 TEST_F(JobsLive, WhileTheSystemBootsASecondStartIsRefused)
 {
     SetBootStep(0);

@@ -71,6 +71,18 @@ TEST(UninstallLive, LeavesNothingOfAMaskedUnit)
     ExpectNothingIsLeftOf("foo.service");
 }
 
+// Today's disable passes over masked units; the platform's does not, and is not what runs behind the adapter.
+TEST(UninstallOnCurrent, LeavesNoLinkOfAUnitThatIsMaskedAndEnabled)
+{
+    AddUnitWithTraces("foo.service", RunningService());
+    MustSystemctl({"enable", "foo.service"});
+    AddMask("foo.service");
+    ASSERT_THAT(Traces("foo.service"),
+                ::testing::Contains("/etc/systemd/system/multi-user.target.wants/foo.service"));
+    EXPECT_TRUE(VESKSystemdUninstall("foo"));
+    ExpectNothingIsLeftOf("foo.service");
+}
+
 TEST(UninstallLive, LeavesNothingOfAUnitThatIsMaskedUntilTheNextBoot)
 {
     AddUnitWithTraces("foo.service", RunningService());

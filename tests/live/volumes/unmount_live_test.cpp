@@ -19,6 +19,7 @@ namespace
 {
 
 using ::testing::Contains;
+using ::testing::ElementsAre;
 
 constexpr const char* kVolume = "/volume1";
 constexpr const char* kUnmountFile = "systemd_volume_unmount_action.cpp";
@@ -82,6 +83,13 @@ protected:
     std::vector<std::string> atAction;
     JournalCapture journal;
 };
+
+TEST_F(UnmountLive, FindsTheServicesThatHaveFilesOnTheVolume)
+{
+    std::vector<std::string> services;
+    EXPECT_TRUE(VESKSystemdServiceListByMntPath(kVolume, services));
+    EXPECT_THAT(services, ElementsAre("inside.service"));
+}
 
 TEST_F(UnmountLive, StopsWhatUsesTheVolumeSoThatItCanBeUnmountedAndStartsItAgain)
 {

@@ -9,6 +9,7 @@
 #include <unistd.h>
 #include <vesksystemd.hpp>
 
+#include "cgroup_trees.hpp"
 #include "children.hpp"
 #include "files.hpp"
 #include "journal_capture.hpp"
@@ -24,7 +25,6 @@ using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 
 constexpr const char* kFile = "systemd_kill_slice.cpp";
-constexpr const char* kSliceFolder = "/sys/fs/cgroup/systemd/foo.slice";
 
 ::testing::Matcher<const SyslogLine&> Line(const std::string& message)
 {
@@ -97,14 +97,14 @@ protected:
     }
     void Kill(bool expected = true)
     {
-        m_processes = ProcessesBelow(kSliceFolder);
+        m_processes = ProcessesBelow(SystemdTree().Folder("foo.slice"));
         ASSERT_THAT(m_processes, ::testing::Not(IsEmpty()));
         EXPECT_EQ(VESKSystemdKillSlice("foo.slice"), expected);
         ExpectNothingLives();
     }
     void ExpectNothingLives()
     {
-        EXPECT_TRUE(Eventually([] { return ProcessesBelow(kSliceFolder).empty(); }));
+        EXPECT_TRUE(Eventually([] { return ProcessesBelow(SystemdTree().Folder("foo.slice")).empty(); }));
         EXPECT_TRUE(
             Eventually([this] { return std::none_of(m_processes.begin(), m_processes.end(), Lives); }));
     }
@@ -234,15 +234,14 @@ TEST_F(KillSliceLive, AScopeIsStopped)
 TEST_F(KillSliceLive, AProcessOfTheSliceItselfIsKilledWithoutStoppingUnits)
 {
     AddSlice("5");
-    MakeFolder("/sys/fs/cgroup/veskmonitor/foo.slice");
+    MakeFolder(MonitoredTree().Folder("foo.slice"));
     MustSystemctl({"start", "foo.slice"});
     OtherProcess child([] {
         const bool moved = VESKSystemdCgroupSystemdSliceMove("foo.slice");
-        // Systemd finds the processes that it is to kill in this hierarchy.
-        std::ofstream("/sys/fs/cgroup/unified/foo.slice/cgroup.procs") << getpid();
+        MoveByHand(getpid(), KillFolder("foo.slice/cgroup.procs"));
         return moved && Eventually([] { return false; }) ? 0 : 1;
     });
-    ASSERT_TRUE(Eventually([] { return !ProcessesBelow("/sys/fs/cgroup/unified/foo.slice").empty(); }));
+    ASSERT_TRUE(Eventually([] { return !ProcessesBelow(KillFolder("foo.slice")).empty(); }));
     Kill();
     ExpectLog({kBegin, kNoUnits, kTermSent, kDone});
     EXPECT_EQ(child.Wait(), Signalled(SIGTERM));

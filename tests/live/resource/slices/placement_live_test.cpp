@@ -1,13 +1,13 @@
-// Where processes are, and where they move to, on a real systemd with both hierarchies.
+// Where processes are, and where they move to, on a real systemd.
 
 #include <algorithm>
-#include <fstream>
 #include <gmock/gmock.h>
 #include <memory>
 #include <thread>
 #include <unistd.h>
 #include <vesksystemd.hpp>
 
+#include "cgroup_trees.hpp"
 #include "checks.hpp"
 #include "files.hpp"
 #include "live_units.hpp"
@@ -25,7 +25,7 @@ using VESK::Systemd::Slice;
 
 std::string Monitored(const std::string& cgroup)
 {
-    return "/sys/fs/cgroup/veskmonitor/" + cgroup;
+    return MonitoredTree().Folder(cgroup);
 }
 
 std::string PathIn(const std::string& hierarchy, pid_t pid = getpid())
@@ -52,10 +52,10 @@ UnitText ServiceIn(const std::string& slice, const std::string& command = "/bin/
     return UnitText().Service("ExecStart=" + command).Service("Slice=" + slice);
 }
 
-void MoveByHand(pid_t pid, const std::string& cgroup)
+void Monitor(pid_t pid, const std::string& cgroup)
 {
     MakeFolder(Monitored(cgroup));
-    std::ofstream(Monitored(cgroup + "/tasks")) << pid;
+    MoveByHand(pid, MonitoredTree().Members(cgroup));
 }
 
 std::vector<int> PidsOf(const std::set<Process>& processes)
@@ -65,6 +65,30 @@ std::vector<int> PidsOf(const std::set<Process>& processes)
         pids.push_back(process.PidGet());
     }
     return pids;
+}
+
+std::vector<std::string> Slices()
+{
+    std::vector<std::string> slices;
+    EXPECT_TRUE(VESKSystemdSliceList(slices));
+    return slices;
+}
+
+std::vector<int> PidsIn(const std::string& slice)
+{
+    std::set<Process> processes;
+    EXPECT_TRUE(Slice::ProcessList(slice, processes));
+    return PidsOf(processes);
+}
+
+void ExpectToBeIn(const std::string& expected)
+{
+    std::string slice;
+    EXPECT_TRUE(VESKSystemdCgroupMonitorSliceGet(slice));
+    EXPECT_EQ(slice, expected);
+    std::vector<char> buffer(expected.size() + 1);
+    EXPECT_EQ(VESKCSystemdCgroupMonitorSliceGet(buffer.data(), static_cast<int>(buffer.size())), 1);
+    EXPECT_EQ(buffer.data(), expected);
 }
 
 // "foo.slice" is monitored, and systemd has a service in it.
@@ -80,22 +104,37 @@ protected:
     }
 };
 
-TEST_F(PlacementLive, AProcessMovesIntoAMonitoredSliceAndStaysWhereSystemdHasIt)
+// The hierarchies of systemd and of the monitored slices are two there, and one elsewhere.
+class PlacementOnPlatform : public PlacementLive
+{
+};
+class PlacementOnCurrent : public PlacementLive
+{
+};
+
+TEST_F(PlacementOnPlatform, AProcessMovesIntoAMonitoredSliceAndStaysWhereSystemdHasIt)
 {
     ExpectInChild([] {
         const std::string before = PathIn("name=systemd");
         EXPECT_TRUE(VESKSystemdCgroupMonitorSliceMove("foo.slice"));
         EXPECT_EQ(PathIn("name=veskmonitor"), "/foo.slice");
         EXPECT_EQ(PathIn("name=systemd"), before);
-        std::string slice;
-        EXPECT_TRUE(VESKSystemdCgroupMonitorSliceGet(slice));
-        EXPECT_EQ(slice, "foo.slice");
-        char buffer[10] = "";
-        EXPECT_EQ(VESKCSystemdCgroupMonitorSliceGet(buffer, sizeof buffer), 1);
-        EXPECT_STREQ(buffer, "foo.slice");
-        std::set<Process> processes;
-        EXPECT_TRUE(Slice::ProcessList("foo.slice", processes));
-        EXPECT_THAT(PidsOf(processes), ElementsAre(getpid()));
+        ExpectToBeIn("foo.slice");
+        EXPECT_THAT(PidsIn("foo.slice"), ElementsAre(getpid()));
+    });
+    std::string slice;
+    EXPECT_FALSE(VESKSystemdCgroupMonitorSliceGet(slice)) << "the parent has not moved";
+}
+
+TEST_F(PlacementOnCurrent, AProcessMovesIntoAMonitoredSliceWhichIsSystemdsOwn)
+{
+    const pid_t service = MainPid("in-foo.service");
+    ExpectInChild([&] {
+        EXPECT_TRUE(VESKSystemdCgroupMonitorSliceMove("foo.slice"));
+        EXPECT_EQ(PathIn("name=veskmonitor"), "/foo.slice");
+        EXPECT_EQ(PathIn("name=systemd"), "/foo.slice");
+        ExpectToBeIn("foo.slice");
+        EXPECT_THAT(PidsIn("foo.slice"), ::testing::UnorderedElementsAre(getpid(), service));
     });
     std::string slice;
     EXPECT_FALSE(VESKSystemdCgroupMonitorSliceGet(slice)) << "the parent has not moved";
@@ -111,7 +150,7 @@ TEST_F(PlacementLive, AProcessMovesIntoASliceOfBothHierarchies)
     });
 }
 
-TEST_F(PlacementLive, AProcessMovesIntoSystemdsSliceAloneWhenTheOtherIsNotThere)
+TEST_F(PlacementOnPlatform, AProcessMovesIntoSystemdsSliceAloneWhenTheOtherIsNotThere)
 {
     ASSERT_EQ(rmdir(Monitored("foo.slice").c_str()), 0);
     ExpectInChild([] {
@@ -123,20 +162,39 @@ TEST_F(PlacementLive, AProcessMovesIntoSystemdsSliceAloneWhenTheOtherIsNotThere)
     });
 }
 
+TEST_F(PlacementOnCurrent, AProcessStaysWhereItIsWhenTheSliceIsNotThere)
+{
+    ExpectInChild([] {
+        EXPECT_TRUE(VESKSystemdCgroupSystemdSliceMove("foo.slice"));
+        EXPECT_FALSE(VESKSystemdCgroupSystemdSliceMove("no-such.slice"));
+        EXPECT_FALSE(VESKSystemdCgroupMonitorSliceMove("no-such.slice"));
+        EXPECT_EQ(PathIn("name=systemd"), "/foo.slice");
+    });
+}
+
+TEST_F(PlacementOnPlatform, AProcessThatMovesOutOfItsUnitIsMonitoredAsBefore)
+{
+    ExpectInChild([] {
+        ASSERT_TRUE(VESKSystemdCgroupSystemdSliceMove("foo.slice"));
+        EXPECT_TRUE(VESKSystemdRunAsSystemProcess());
+        EXPECT_EQ(PathIn("name=veskmonitor"), "/foo.slice");
+    });
+}
+
 TEST_F(PlacementLive, AProcessMovesOutOfItsUnit)
 {
     ExpectInChild([] {
         ASSERT_TRUE(VESKSystemdCgroupSystemdSliceMove("foo.slice"));
         EXPECT_TRUE(VESKSystemdRunAsSystemProcess());
         EXPECT_EQ(PathIn("name=systemd"), "/");
-        EXPECT_EQ(PathIn("name=veskmonitor"), "/foo.slice");
         EXPECT_EQ(UnitOf(getpid()), "untouched");
     });
 }
 
-TEST_F(PlacementLive, OfAProcessWithThreadsTheFirstOneMoves)
+TEST_F(PlacementLive, OfAProcessWithThreadsTheFirstOneMovesAndAllDoInCgroup2)
 {
-    ExpectInChild([] {
+    const std::string others = MonitoredTree().hierarchy.empty() ? "/foo.slice" : "/";
+    ExpectInChild([&] {
         pid_t thread = 0;
         std::string pathOfThread;
         std::thread([&] {
@@ -145,7 +203,7 @@ TEST_F(PlacementLive, OfAProcessWithThreadsTheFirstOneMoves)
             pathOfThread = PathIn("name=veskmonitor", thread);
         }).join();
         EXPECT_NE(thread, getpid());
-        EXPECT_EQ(pathOfThread, "/");
+        EXPECT_EQ(pathOfThread, others);
         EXPECT_EQ(PathIn("name=veskmonitor"), "/foo.slice");
     });
 }
@@ -175,14 +233,26 @@ TEST_F(PlacementLive, TheUnitOfAUsersProcessIsTheUsersUnit)
     EXPECT_EQ(PathIn("name=systemd", manager), "/user.slice/user-1001.slice/user@1001.service/init.scope");
 }
 
-TEST_F(PlacementLive, TheListHasTheMonitoredSlices)
+TEST_F(PlacementOnPlatform, TheListHasTheMonitoredSlices)
 {
     MakeFolder(Monitored("foo-bar.slice"));
     MakeFolder(Monitored("a\\x2db.slice"));
     MakeFolder(Monitored("no.service"));
-    std::vector<std::string> slices;
-    EXPECT_TRUE(VESKSystemdSliceList(slices));
-    EXPECT_THAT(slices, ::testing::UnorderedElementsAre("foo.slice", "foo-bar.slice", "a\\x2db.slice"));
+    EXPECT_THAT(Slices(), ::testing::UnorderedElementsAre("foo.slice", "foo-bar.slice", "a\\x2db.slice"));
+}
+
+TEST_F(PlacementOnCurrent, TheListHasSystemdsSlices)
+{
+    AddUnit("foo-bar.slice", UnitText().Unit("Description=nested"));
+    AddUnit("a\\x2db.slice", UnitText().Unit("Description=escaped"));
+    MustSystemctl({"start", "foo-bar.slice", "a\\x2db.slice"});
+    std::vector<std::string> active;
+    for (const std::string& slice : Slices()) {
+        EXPECT_EQ(ActiveState(slice), "active") << slice;
+        active.push_back(slice);
+    }
+    EXPECT_THAT(active,
+                ::testing::IsSupersetOf({"foo.slice", "foo-bar.slice", "a\\x2db.slice", "system.slice"}));
 }
 
 TEST_F(PlacementLive, TheListInCHasTheServices)
@@ -204,8 +274,8 @@ TEST_F(PlacementLive, ASliceHoldsSamplesOfWhatRunsInIt)
     MustSystemctl({"start", "busy.service"});
     const pid_t busy = MainPid("busy.service");
     const pid_t idle = MainPid("in-foo.service");
-    MoveByHand(busy, "foo.slice/busy.service");
-    MoveByHand(idle, "foo.slice");
+    Monitor(busy, "foo.slice/busy.service");
+    Monitor(idle, "foo.slice");
 
     const Slice before("foo.slice");
     EXPECT_EQ(before.NameGet(), "Foo");
@@ -229,7 +299,9 @@ TEST_F(PlacementLive, ASliceHoldsSamplesOfWhatRunsInIt)
 
 TEST_F(PlacementLive, ASliceWithoutProcessesIsEmpty)
 {
-    EXPECT_THAT(Slice("foo.slice").ProcessesGet(), IsEmpty());
+    MakeFolder(Monitored("empty.slice"));
+    WriteUnitFile(UnitFolder::Usr, "empty.slice", "[X-Veskline]\nName=Empty\nAppId=empty\n");
+    EXPECT_THAT(Slice("empty.slice").ProcessesGet(), IsEmpty());
 }
 
 TEST_F(PlacementLive, ASliceIsListedWhileItsProcessesEnd)
