@@ -10,6 +10,7 @@
 #include <sys/wait.h>
 
 using VESK::Platform::Child;
+using VESK::Platform::ChildEnvironment;
 using VESK::Platform::ChildOutput;
 using VESK::Platform::Fail;
 using VESK::Platform::Guarded;
@@ -100,6 +101,7 @@ int StartErrorCode(int error)
 
 FILE* OpenChildStream(const char* path, char* const argv[], bool withErrors)
 {
+    ChildEnvironment environment;
     Pipe pipe;
     if (!OpenPipe(pipe)) {
         return Fail<FILE*>(nullptr, VLIBC_ERR_RESOURCES);
@@ -112,7 +114,7 @@ FILE* OpenChildStream(const char* path, char* const argv[], bool withErrors)
     if (stream == nullptr) {
         return Fail<FILE*>(nullptr, VLIBC_ERR_MEMORY);
     }
-    const int error = shared.child.Start(path, argv, {pipe.writeEnd.Get(), withErrors});
+    const int error = shared.child.Start(path, argv, environment, {pipe.writeEnd.Get(), withErrors});
     shared.started = error == 0;
     if (error != 0) {
         (void)fclose(stream);
@@ -157,9 +159,10 @@ int VLIBCExec(const char* path, const char* a1, const char* a2, const char* a3, 
             return Fail(-1, VLIBC_ERR_ARGUMENT);
         }
         const char* words[] = {path, a1, a2, a3, a4, nullptr};
+        ChildEnvironment environment;
         Child child;
         // A program's arguments are its own to change, but these it gets as copies.
-        const int error = child.Start(path, const_cast<char* const*>(words), ChildOutput{});
+        const int error = child.Start(path, const_cast<char* const*>(words), environment, ChildOutput{});
         if (error != 0) {
             errno = error;
             return Fail(-1, StartErrorCode(error));

@@ -32,6 +32,8 @@ constexpr std::size_t kStackSize = 64UL * 1024;
 constexpr std::size_t kKernelSignalSetSize = 8;
 constexpr int kSignals = 64;
 constexpr int kNotRun = 127;
+/** Whatever the caller's is: nothing that a child makes can be written by all, or not be used by its owner. */
+constexpr mode_t kUmask = 022;
 
 /** What the child is to do, and what became of it; lives in the memory that both share. */
 struct ChildPlan {
@@ -85,6 +87,8 @@ VESK_CHILD_CODE int RunChild(void* argument)
     plan->error = PlaceDescriptors(plan->output);
     if (plan->error == 0) {
         ResetSignals();
+        // The child's own: what it shares with the caller is the memory alone.
+        syscall(SYS_umask, kUmask);
         syscall(SYS_execve, plan->path, plan->argv, plan->environment);
         plan->error = errno;
     }
@@ -149,13 +153,14 @@ pid_t CloneChild(ChildPlan& plan, void* stack, int& pidFd)
 
 } // namespace
 
-int Child::Start(const char* path, char* const argv[], const ChildOutput& output)
+int Child::Start(const char* path, char* const argv[], ChildEnvironment& environment,
+                 const ChildOutput& output)
 {
     const ChildStack stack;
     if (!stack.IsMapped()) {
         return errno;
     }
-    ChildPlan plan{path, argv, environ, output, 0};
+    ChildPlan plan{path, argv, environment.Get(), output, 0};
     int pidFd = -1;
     {
         const SignalsBlocked blocked;

@@ -91,6 +91,90 @@ TEST_F(ChildStart, PassesEnvironmentAndFolder)
     EXPECT_THAT(call.environment, ::testing::Contains("VESK_TEST=a value"));
 }
 
+TEST_F(ChildStart, GivesTheSameUmaskWhateverTheCallersIs)
+{
+    for (const mode_t mask : {0000U, 0022U, 0077U, 0777U}) {
+        EXPECT_EQ(RunInChild([&] {
+                      umask(mask);
+                      const bool isPlain =
+                          RunScript("umask").output == "0022\n" &&
+                          VLIBCExec("/bin/mkdir", "-p", "/run/made/below", nullptr, nullptr) == 0;
+                      return isPlain && umask(mask) == mask ? 0 : 1;
+                  }),
+                  Exited(0))
+            << mask;
+        EXPECT_EQ(Mode("/run/made"), 0755U);
+        EXPECT_EQ(Mode("/run/made/below"), 0755U);
+        RemoveAll("/run/made");
+    }
+}
+
+TEST_F(ChildStart, WithholdsWhatChangesWhatSystemctlSaysOrWhomItAsks)
+{
+    const std::vector<std::string> withheld = {"SYSTEMD_LOG_LEVEL",
+                                               "SYSTEMD_LOG_TARGET",
+                                               "SYSTEMD_COLORS",
+                                               "SYSTEMD_PAGER",
+                                               "SYSTEMD_PAGERSECURE",
+                                               "SYSTEMD_LESS",
+                                               "SYSTEMD_LESSCHARSET",
+                                               "SYSTEMD_URLIFY",
+                                               "SYSTEMD_OFFLINE",
+                                               "SYSTEMD_IGNORE_CHROOT",
+                                               "SYSTEMD_UNIT_PATH",
+                                               "SYSTEMD_BUS_TIMEOUT",
+                                               "SYSTEMD_IN_INITRD",
+                                               "SYSTEMCTL_FORCE_BUS",
+                                               "SYSTEMCTL_INSTALL_CLIENT_SIDE",
+                                               "SYSTEMCTL_SKIP_SYSV",
+                                               "PAGER",
+                                               "LESS",
+                                               "LESSCHARSET",
+                                               "NO_COLOR",
+                                               "COLORTERM",
+                                               "DBUS_SYSTEM_BUS_ADDRESS",
+                                               "DBUS_STARTER_ADDRESS",
+                                               "DBUS_STARTER_BUS_TYPE",
+                                               "COLUMNS",
+                                               "LINES",
+                                               "POSIXLY_CORRECT",
+                                               "PS_FORMAT",
+                                               "PS_PERSONALITY",
+                                               "PS_COLORS",
+                                               "CMD_ENV",
+                                               "UNIX95",
+                                               "I_WANT_A_BROKEN_PS"};
+    const std::vector<std::string> kept = {
+        "XDG_RUNTIME_DIR", "DBUS_SESSION_BUS_ADDRESS", "LC_ALL", "TZ",     "SYSTEMD",
+        "NOTIFY_SOCKET",   "MY_SYSTEMD_COLORS",        "PAGERS", "LESSER", "PS"};
+    clearenv();
+    std::vector<std::string> expected;
+    for (const std::string& name : withheld) {
+        setenv(name.c_str(), "value", 1);
+    }
+    for (const std::string& name : kept) {
+        setenv(name.c_str(), "value", 1);
+        expected.push_back(name + "=value");
+    }
+    RunProgram({kSystemctl});
+    VLIBCExec(kSystemctl, nullptr, nullptr, nullptr, nullptr);
+    const auto calls = m_systemctl.Calls();
+    ASSERT_THAT(calls, SizeIs(2));
+    for (const Call& call : calls) {
+        EXPECT_THAT(call.environment, ::testing::UnorderedElementsAreArray(expected));
+    }
+    EXPECT_STREQ(getenv("SYSTEMD_COLORS"), "value") << "the caller's own";
+}
+
+TEST_F(ChildStart, WorksWithoutAnyEnvironment)
+{
+    EXPECT_EQ(RunInChild([] {
+                  environ = nullptr;
+                  return RunScript("echo text").output == "text\n" ? 0 : 1;
+              }),
+              Exited(0));
+}
+
 TEST_F(ChildStart, GivesDescriptorsZeroToTwoAndNoOther)
 {
     RunProgram({kSystemctl});

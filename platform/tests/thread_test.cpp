@@ -1,5 +1,8 @@
 #include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <gmock/gmock.h>
 #include <sys/wait.h>
@@ -47,6 +50,30 @@ TEST(Threads, StartChildrenSideBySide)
     });
     EXPECT_EQ(OpenDescriptors(), before);
     EXPECT_THAT(ListChildren().zombies, IsEmpty());
+}
+
+// The list of variables grows, moves and shrinks while it is read for a child.
+TEST(Threads, SetVariablesWhileOthersStartChildren)
+{
+    setenv("VESK_KEPT", "kept", 1);
+    std::atomic<bool> isDone{false};
+    std::thread setter([&] {
+        while (!isDone) {
+            for (int number = 0; number < 50; ++number) {
+                setenv(("VESK_" + std::to_string(number)).c_str(), "value", 1);
+            }
+            for (int number = 0; number < 50; ++number) {
+                unsetenv(("VESK_" + std::to_string(number)).c_str());
+            }
+        }
+    });
+    for (int round = 0; round < 1000; ++round) {
+        const Result result = RunProgram({"/usr/bin/printenv", "VESK_KEPT"});
+        ASSERT_TRUE(result.started) << strerror(errno);
+        ASSERT_EQ(result.output, "kept\n") << round;
+    }
+    isDone = true;
+    setter.join();
 }
 
 // A pipe end that another thread's child had inherited would keep this thread's stream from ending.
