@@ -107,7 +107,10 @@ int VLIBCProcForkEx(unsigned long long flags);
 
 /* ---- Files --------------------------------------------------------------------------------------------- */
 
-/** Creates an empty file or updates its times. 0, or negative on failure. */
+/**
+ * Creates an empty file, mode 0644 whatever the umask, or updates the times of what is there, which it does not
+ * open. A symbolic link is refused. 0, or negative on failure.
+ */
 int VLIBCFileTouch(const char* path);
 
 /** Non-zero when `path` exists; a symbolic link exists when its target does. That it does not is no failure. */
@@ -119,7 +122,8 @@ int VLIBCFileCheckDir(const char* path);
 /**
  * Opens or creates `path` and locks it with flock, exclusively when `mode` is true, shared otherwise.
  *
- * Waits at most `timeout` seconds (0: one try). On success stores the descriptor, which is closed on exec and
+ * The file is for its owner alone, mode 0600 whatever the umask; one of the caller's that others may open is
+ * narrowed to that. A link, and what is no regular file, is refused. Waits at most `timeout` seconds (0: one try). On success stores the descriptor, which is closed on exec and
  * never 0, 1 or 2, and returns non-zero. On failure, a negative timeout included, returns 0 and stores nothing.
  * A thread that waits sleeps between tries, 50 milliseconds at most. The file is never removed.
  */

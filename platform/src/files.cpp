@@ -1,3 +1,4 @@
+#include "file_mode.h"
 #include "guard.h"
 #include "unique_fd.h"
 #include "veskcore.h"
@@ -7,22 +8,58 @@
 #include <sys/stat.h>
 
 using VESK::Platform::Fail;
+using VESK::Platform::SetMode;
 using VESK::Platform::UniqueFd;
+
+namespace
+{
+
+constexpr mode_t kMode = 0644;
+
+/** 0, or an errno value: ENOENT when there is nothing under the name. Whatever that is, it is not opened. */
+int UpdateTimes(const char* path)
+{
+    struct stat status {
+    };
+    if (lstat(path, &status) != 0) {
+        return errno;
+    }
+    if (S_ISLNK(status.st_mode)) {
+        return ELOOP;
+    }
+    return utimensat(AT_FDCWD, path, nullptr, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
+}
+
+/** 0, or an errno value: EEXIST when there is something under the name. */
+int Create(const char* path)
+{
+    const UniqueFd fd(open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kMode));
+    return fd ? SetMode(fd.Get(), kMode) : errno;
+}
+
+} // namespace
 
 int VLIBCFileTouch(const char* path)
 {
     if (path == nullptr) {
         return Fail(-1, VLIBC_ERR_ARGUMENT);
     }
-    if (utimensat(AT_FDCWD, path, nullptr, 0) == 0) {
+    int code = 0;
+    int error = 0;
+    // Again when somebody else has created the file in between.
+    do {
+        code = VLIBC_ERR_WRITE;
+        error = UpdateTimes(path);
+        if (error == ENOENT) {
+            code = VLIBC_ERR_OPEN;
+            error = Create(path);
+        }
+    } while (error == EEXIST);
+    if (error == 0) {
         return 0;
     }
-    if (errno != ENOENT) {
-        return Fail(-1, VLIBC_ERR_WRITE);
-    }
-    constexpr mode_t kMode = 0644;
-    const UniqueFd fd(open(path, O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kMode));
-    return fd ? 0 : Fail(-1, VLIBC_ERR_OPEN);
+    errno = error;
+    return Fail(-1, code);
 }
 
 int VLIBCFileExist(const char* path)

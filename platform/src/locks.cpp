@@ -1,3 +1,4 @@
+#include "file_mode.h"
 #include "guard.h"
 #include "unique_fd.h"
 #include "veskcore.h"
@@ -7,9 +8,11 @@
 #include <chrono>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <time.h>
 
 using VESK::Platform::Fail;
+using VESK::Platform::SetMode;
 using VESK::Platform::UniqueFd;
 
 namespace
@@ -20,14 +23,32 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kFirstPause{1};
 constexpr std::chrono::milliseconds kLongestPause{50};
 
-/**
- * Opens for reading only: flock asks for no more, and a caller that may not write can then wait as well. A
- * link under the name is followed; who may place one in the directory may as well replace the file.
- */
+/** Who may open a lock file may hold the lock for ever. */
+constexpr mode_t kOwnerOnly = 0600;
+
+/** 0 when the file can serve as a lock, with nobody but its owner able to open it; else an errno value. */
+int MakeOwnersOnly(int fd)
+{
+    struct stat status {
+    };
+    if (fstat(fd, &status) != 0) {
+        return errno;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return EINVAL;
+    }
+    return status.st_uid == geteuid() ? SetMode(fd, kOwnerOnly) : 0;
+}
+
+/** Opens, or creates, the file itself: no link, and nothing that would wait for another end. */
 UniqueFd OpenLockFile(const char* path)
 {
-    constexpr mode_t kMode = 0644;
-    UniqueFd fd(open(path, O_RDONLY | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kMode));
+    UniqueFd fd(open(path, O_RDONLY | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW, kOwnerOnly));
+    const int error = fd ? MakeOwnersOnly(fd.Get()) : errno;
+    if (error != 0) {
+        fd.Reset();
+        errno = error;
+    }
     fd.MoveAboveStandard();
     return fd;
 }

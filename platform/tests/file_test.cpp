@@ -1,4 +1,5 @@
 #include <cerrno>
+#include <csignal>
 #include <ctime>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -6,6 +7,7 @@
 #include <unistd.h>
 #include <veskcore.h>
 
+#include "children.hpp"
 #include "descriptors.hpp"
 #include "files.hpp"
 
@@ -64,6 +66,73 @@ TEST_F(FileCall, TouchFailsBelowAFile)
     EXPECT_LT(VLIBCFileTouch((m_path + "/below").c_str()), 0);
     EXPECT_EQ(errno, ENOTDIR);
     EXPECT_EQ(VLIBCErrGet(), VLIBC_ERR_WRITE);
+}
+
+TEST_F(FileCall, TouchCreatesAUsableFileWhateverTheUmask)
+{
+    for (const mode_t mask : {0000U, 0022U, 0077U, 0777U}) {
+        MakeFolder("/run/files");
+        EXPECT_EQ(RunInChild([&] {
+                      umask(mask);
+                      return VLIBCFileTouch(m_path.c_str()) == 0 && umask(mask) == mask ? 0 : 1;
+                  }),
+                  Exited(0));
+        EXPECT_EQ(Mode(m_path), 0644U) << mask;
+        RemoveAll("/run/files");
+    }
+}
+
+TEST_F(FileCall, TouchFollowsNoLink)
+{
+    WriteText("/run/files/target", "");
+    const timespec longAgo[2] = {{1, 0}, {1, 0}};
+    utimensat(AT_FDCWD, "/run/files/target", longAgo, 0);
+    for (const char* target : {"/run/files/target", "/run/files/none"}) {
+        VLIBCErrSetEx(0, "", 0);
+        ASSERT_EQ(symlink(target, m_path.c_str()), 0);
+        EXPECT_LT(VLIBCFileTouch(m_path.c_str()), 0);
+        EXPECT_EQ(errno, ELOOP);
+        EXPECT_EQ(VLIBCErrGet(), VLIBC_ERR_WRITE);
+        ASSERT_EQ(unlink(m_path.c_str()), 0);
+    }
+    EXPECT_FALSE(Exists("/run/files/none"));
+    EXPECT_EQ(ModifiedAt("/run/files/target").tv_sec, 1);
+}
+
+TEST_F(FileCall, TouchUpdatesTheTimeOfAPipeAndDoesNotWaitForItsOtherEnd)
+{
+    MakeFolder("/run/files");
+    ASSERT_EQ(mkfifo(m_path.c_str(), 0600), 0);
+    const timespec longAgo[2] = {{1, 0}, {1, 0}};
+    utimensat(AT_FDCWD, m_path.c_str(), longAgo, 0);
+    EXPECT_EQ(RunInChild([&] {
+                  alarm(10);
+                  return VLIBCFileTouch(m_path.c_str());
+              }),
+              Exited(0));
+    EXPECT_GT(ModifiedAt(m_path).tv_sec, 1);
+}
+
+TEST_F(FileCall, TouchedByManyAtOnceSucceedsForAll)
+{
+    MakeFolder("/run/files");
+    EXPECT_EQ(RunInChild([&] {
+                  alarm(60);
+                  const pid_t remover = fork();
+                  if (remover == 0) {
+                      for (;;) {
+                          unlink(m_path.c_str());
+                      }
+                  }
+                  int failures = 0;
+                  for (int round = 0; round < 5000; ++round) {
+                      // Between the look and the touch the file may be gone.
+                      failures += VLIBCFileTouch(m_path.c_str()) != 0 && errno != ENOENT ? 1 : 0;
+                  }
+                  kill(remover, SIGKILL);
+                  return failures == 0 ? 0 : 1;
+              }),
+              Exited(0));
 }
 
 TEST_F(FileCall, ExistSeesFilesFoldersAndWhatLinksLeadTo)

@@ -116,7 +116,58 @@ TEST_F(FileLock, CreatesItsFileAndLeavesIt)
         EXPECT_TRUE(lock.IsHeld());
     }
     EXPECT_EQ(ReadText(kPath), "");
+    EXPECT_EQ(Mode(kPath), 0600U);
+}
+
+TEST_F(FileLock, IsForItsOwnerAloneWhateverTheUmask)
+{
+    for (const mode_t mask : {0000U, 0022U, 0777U}) {
+        EXPECT_EQ(RunInChild([&] {
+                      umask(mask);
+                      const bool isNew = Lock(true, 0).IsHeld();
+                      return isNew && Lock(true, 0).IsHeld() && umask(mask) == mask ? 0 : 1;
+                  }),
+                  Exited(0));
+        EXPECT_EQ(Mode(kPath), 0600U) << mask;
+        RemoveAll(kPath);
+    }
+}
+
+TEST_F(FileLock, NarrowsAFileThatOthersMayOpen)
+{
+    for (const unsigned mode : {0644U, 0666U, 0777U, 0000U}) {
+        WriteText(kPath, "content", mode);
+        ASSERT_EQ(chmod(kPath.c_str(), mode), 0);
+        EXPECT_TRUE(Lock(false, 0).IsHeld());
+        EXPECT_EQ(Mode(kPath), 0600U) << mode;
+        EXPECT_EQ(ReadText(kPath), "content");
+    }
+}
+
+TEST_F(FileLock, LeavesTheModeOfAFileOfSomebodyElse)
+{
+    if (!CanBecomeOtherUsers()) {
+        GTEST_SKIP() << "this sandbox knows one user only";
+    }
+    WriteText(kPath, "", 0644);
+    ASSERT_EQ(chown(kPath.c_str(), 54321, 54321), 0);
+    EXPECT_TRUE(Lock(true, 0).IsHeld());
     EXPECT_EQ(Mode(kPath), 0644U);
+}
+
+TEST_F(FileLock, IsNotTakenThroughALink)
+{
+    WriteText("/run/locks/target", "", 0644);
+    for (const char* target : {"/run/locks/target", "/run/locks/none"}) {
+        VLIBCErrSetEx(0, "", 0);
+        ASSERT_EQ(symlink(target, kPath.c_str()), 0);
+        EXPECT_FALSE(Lock(true, 10).IsHeld());
+        EXPECT_EQ(errno, ELOOP);
+        EXPECT_EQ(ErrorRecord(), "0x0900 locks.cpp");
+        ASSERT_EQ(unlink(kPath.c_str()), 0);
+    }
+    EXPECT_EQ(Mode("/run/locks/target"), 0644U);
+    EXPECT_FALSE(Exists("/run/locks/none"));
 }
 
 TEST_F(FileLock, IsClosedOnExecAndAboveTwo)
@@ -326,19 +377,37 @@ TEST_F(FileLock, FailsAtOnceWithoutADescriptor)
               Exited(0));
 }
 
-TEST_F(FileLock, IsThereForAUserWhoMayNotWriteTheFile)
+TEST_F(FileLock, IsNotThereForAnotherUserAndDoesNotKeepHimWaiting)
 {
     if (!CanBecomeOtherUsers()) {
         GTEST_SKIP() << "this sandbox knows one user only";
     }
-    WriteText(kPath, "", 0644);
+    EXPECT_TRUE(Lock(true, 0).IsHeld());
+    ExpectAsUser(54321, [] {
+        const auto start = Clock::now();
+        EXPECT_FALSE(Lock(true, 3600).IsHeld());
+        EXPECT_LT(Clock::now() - start, seconds(10));
+        EXPECT_EQ(errno, EACCES);
+        EXPECT_EQ(ErrorRecord(), "0x0900 locks.cpp");
+    });
+}
+
+TEST_F(FileLock, IsThereForAUserInHisOwnFolder)
+{
+    if (!CanBecomeOtherUsers()) {
+        GTEST_SKIP() << "this sandbox knows one user only";
+    }
+    ASSERT_EQ(chown("/run/locks", 54321, 54321), 0);
     ExpectAsUser(54321, [] { EXPECT_TRUE(Lock(true, 0).IsHeld()); });
+    EXPECT_EQ(Mode(kPath), 0600U);
 }
 
 TEST_F(FileLock, DoesNotHangOnAPipeUnderItsName)
 {
     ASSERT_EQ(mkfifo("/run/locks/pipe", 0600), 0);
-    EXPECT_TRUE(Lock(true, 0, "/run/locks/pipe").IsHeld());
+    EXPECT_FALSE(Lock(true, 10, "/run/locks/pipe").IsHeld());
+    EXPECT_EQ(errno, EINVAL);
+    EXPECT_EQ(ErrorRecord(), "0x0900 locks.cpp");
 }
 
 } // namespace
