@@ -139,8 +139,9 @@ int VLIBCFileUnlockByFile(int descriptor);
  * "#" or ";" are comments, a trailing backslash becomes a blank that joins the next line which is no comment,
  * the last assignment of the section wins, an assignment of nothing included, and a section that comes twice is
  * one section. Returns 0 when the key was found, and 1 when the file could be read and does not have it, which
- * leaves the error record alone; a negative value on failure, a missing file included. The buffer is written
- * only with 0.
+ * leaves the error record alone; a negative value on failure, a missing file included, and for a file of more than
+ * 1 MiB or what is no regular file (but a link to /dev/null, which masks a unit, reads as empty). The buffer is
+ * written only with 0.
  */
 int VLIBCFileGetSectionValue(const char* path, const char* section, const char* key, char* buffer, int size);
 
@@ -151,9 +152,10 @@ typedef struct VLIBCSzHash VLIBCSzHash;
  * Adds `section` with the keys of `hash` to the file, or replaces it wherever it stands.
  *
  * All other lines stay byte for byte, comments within the section included. The file is created (mode 0644
- * less the umask) when missing; otherwise mode and owner stay, and it is replaced in one step through a synced
- * temporary file ".vesk-*.tmp" beside it and a rename. Keys and values that would not read back are refused,
- * such as a value with a line feed or with a backslash at its end. `flags` is 0. Two writers at a time
+ * whatever the umask) when missing; otherwise permission bits and owner stay, and it is replaced in one step
+ * through a synced temporary file ".vesk-*.tmp" beside it, a rename, and a sync of the folder. When only the last
+ * fails, which is a failure, the new content is there but may not outlive a power cut. What cannot be read back is
+ * refused: more than 1 MiB, and keys and values such as one with a line feed or with a backslash at its end. `flags` is 0. Two writers at a time
  * need a lock of their own. Returns 0, or a negative value on failure.
  */
 int VLIBCFileAddSection(const char* path, const char* section, VLIBCSzHash* hash, int flags);

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <fcntl.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 namespace VESK::Platform
@@ -14,11 +15,17 @@ namespace
 {
 
 constexpr std::size_t kChunk = 16UL * 1024;
-constexpr std::size_t kLimit = 64UL * 1024 * 1024;
 
-} // namespace
+/** 0 for a regular file that is not too large, else an errno value. What grows meanwhile is met when reading. */
+int CheckRegular(const struct stat& status)
+{
+    if (!S_ISREG(status.st_mode)) {
+        return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    }
+    return status.st_size > static_cast<off_t>(kLargestFile) ? EFBIG : 0;
+}
 
-int ReadFile(int fd, std::string& content)
+int ReadBounded(int fd, std::string& content)
 {
     content.clear();
     std::array<char, kChunk> chunk;
@@ -32,17 +39,45 @@ int ReadFile(int fd, std::string& content)
         } else if (errno != EINTR) {
             return errno;
         }
-        if (content.size() > kLimit) {
+        if (content.size() > kLargestFile) {
             return EFBIG;
         }
     }
+}
+
+bool IsNullDevice(const struct stat& status)
+{
+    constexpr unsigned kMajor = 1;
+    constexpr unsigned kMinor = 3;
+    return S_ISCHR(status.st_mode) && status.st_rdev == makedev(kMajor, kMinor);
+}
+
+} // namespace
+
+int ReadRegularFile(int fd, std::string& content, struct stat& status)
+{
+    if (fstat(fd, &status) != 0) {
+        return errno;
+    }
+    const int error = CheckRegular(status);
+    return error == 0 ? ReadBounded(fd, content) : error;
 }
 
 int ReadFile(const char* path, std::string& content)
 {
     // Not blocking, so that a pipe under the name does not hold the caller.
     const UniqueFd fd(open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
-    return fd ? ReadFile(fd.Get(), content) : errno;
+    if (!fd) {
+        return errno;
+    }
+    struct stat status {
+    };
+    const int error = ReadRegularFile(fd.Get(), content, status);
+    if (error == EINVAL && IsNullDevice(status)) {
+        content.clear();
+        return 0;
+    }
+    return error;
 }
 
 } // namespace VESK::Platform

@@ -1,5 +1,6 @@
 #include "replace_file.h"
 
+#include "file_mode.h"
 #include "read_file.h"
 #include "unique_fd.h"
 
@@ -20,7 +21,7 @@ namespace
 
 constexpr mode_t kNewFileMode = 0644;
 constexpr mode_t kPrivateMode = 0600;
-constexpr mode_t kPermissions = 07777;
+constexpr mode_t kPermissions = 0777;
 
 std::string Resolve(const char* path)
 {
@@ -55,12 +56,12 @@ public:
     TemporaryFile& operator=(const TemporaryFile&) = delete;
     ~TemporaryFile()
     {
-        if (m_fd) {
+        if (m_isThere) {
             unlink(m_path.c_str());
         }
     }
 
-    int Create(const std::string& directory, mode_t mode)
+    int Create(const std::string& directory)
     {
         do {
             std::uint64_t number = 0;
@@ -68,18 +69,26 @@ public:
                 return errno;
             }
             m_path = directory + ".vesk-" + std::to_string(number) + ".tmp";
-            m_fd.Reset(open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode));
+            m_fd.Reset(open(m_path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kPrivateMode));
         } while (!m_fd && errno == EEXIST);
-        return m_fd ? 0 : errno;
+        m_isThere = static_cast<bool>(m_fd);
+        return m_isThere ? 0 : errno;
+    }
+
+    /** Puts what was written on the disk. */
+    int Finish()
+    {
+        if (fsync(m_fd.Get()) != 0) {
+            return errno;
+        }
+        // Some file systems tell only now that there was no room. The descriptor is gone in any case.
+        return close(m_fd.Release()) == 0 ? 0 : errno;
     }
 
     int TakePlaceOf(const std::string& path)
     {
-        if (rename(m_path.c_str(), path.c_str()) != 0) {
-            return errno;
-        }
-        m_fd.Reset();
-        return 0;
+        m_isThere = rename(m_path.c_str(), path.c_str()) != 0;
+        return m_isThere ? errno : 0;
     }
 
     int Fd() const { return m_fd.Get(); }
@@ -87,8 +96,10 @@ public:
 private:
     std::string m_path;
     UniqueFd m_fd;
+    bool m_isThere = false;
 };
 
+/** Owner and permissions; more than these, such as to run as the owner, no unit file needs. */
 int CopyOwnership(int fd, const struct stat& before)
 {
     struct stat now {
@@ -103,14 +114,10 @@ int CopyOwnership(int fd, const struct stat& before)
     return fchmod(fd, before.st_mode & kPermissions) == 0 ? 0 : errno;
 }
 
-int SyncDirectory(const std::string& directory)
+int SyncDirectory(int fd)
 {
-    const UniqueFd fd(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!fd) {
-        return errno;
-    }
     // Some file systems have nothing to sync for a directory and say so with EINVAL.
-    return fsync(fd.Get()) == 0 || errno == EINVAL ? 0 : errno;
+    return fsync(fd) == 0 || errno == EINVAL ? 0 : errno;
 }
 
 } // namespace
@@ -129,34 +136,39 @@ int FileReplacement::ReadCurrent(std::string& content)
     }
     struct stat status {
     };
-    if (fstat(fd.Get(), &status) != 0) {
-        return errno;
+    const int error = ReadRegularFile(fd.Get(), content, status);
+    if (error == 0) {
+        m_before = status;
     }
-    if (!S_ISREG(status.st_mode)) {
-        return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
-    }
-    m_before = status;
-    return ReadFile(fd.Get(), content);
+    return error;
 }
 
 int FileReplacement::Replace(std::string_view content)
 {
+    if (content.size() > kLargestFile) {
+        return EFBIG;
+    }
     const std::string directory = DirectoryOf(m_path);
+    // Opened first: when it cannot be, nothing has changed yet.
+    const UniqueFd directoryFd(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!directoryFd) {
+        return errno;
+    }
     TemporaryFile file;
-    int error = file.Create(directory, m_before ? kPrivateMode : kNewFileMode);
-    if (error == 0 && m_before) {
-        error = CopyOwnership(file.Fd(), *m_before);
+    int error = file.Create(directory);
+    if (error == 0) {
+        error = m_before ? CopyOwnership(file.Fd(), *m_before) : SetMode(file.Fd(), kNewFileMode);
     }
     if (error == 0) {
         error = WriteAll(file.Fd(), content);
     }
-    if (error == 0 && fsync(file.Fd()) != 0) {
-        error = errno;
+    if (error == 0) {
+        error = file.Finish();
     }
     if (error == 0) {
         error = file.TakePlaceOf(m_path);
     }
-    return error == 0 ? SyncDirectory(directory) : error;
+    return error == 0 ? SyncDirectory(directoryFd.Get()) : error;
 }
 
 } // namespace VESK::Platform

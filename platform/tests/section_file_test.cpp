@@ -17,6 +17,7 @@
 #include "descriptors.hpp"
 #include "files.hpp"
 #include "run_program.hpp"
+#include "write_fault.hpp"
 
 namespace VeskTest
 {
@@ -85,22 +86,40 @@ TEST_F(SectionReader, FailsForAMissingFile)
     EXPECT_STREQ(m_buffer, "untouched");
 }
 
-TEST_F(SectionReader, FailsForAFolderAndForAnEndlessFile)
+TEST_F(SectionReader, FailsForWhatIsNoRegularFile)
 {
     MakeFolder("/run/units");
-    EXPECT_LT(Get("/run/units", "Name", m_buffer, sizeof m_buffer), 0);
-    EXPECT_EQ(errno, EISDIR);
-    EXPECT_LT(Get("/dev/zero", "Name", m_buffer, sizeof m_buffer), 0);
-    EXPECT_EQ(errno, EFBIG);
+    ASSERT_EQ(mkfifo("/run/units/pipe", 0600), 0);
+    ASSERT_EQ(symlink("/dev/zero", kPath.c_str()), 0);
+    for (const auto& [path, error] : std::map<std::string, int>{
+             {"/run/units", EISDIR}, {"/dev/zero", EINVAL}, {kPath, EINVAL}, {"/run/units/pipe", EINVAL}}) {
+        VLIBCErrSetEx(0, "", 0);
+        EXPECT_LT(Get(path, "Name", m_buffer, sizeof m_buffer), 0) << path;
+        EXPECT_EQ(errno, error) << path;
+        EXPECT_EQ(ErrorRecord(), "0x0900 section_file.cpp");
+    }
+    EXPECT_STREQ(m_buffer, "untouched");
 }
 
-TEST_F(SectionReader, FindsNothingInAMaskedUnitOrAPipe)
+TEST_F(SectionReader, ReadsAFileOfAMebibyteAndNoMore)
+{
+    const std::string section = "\n[X-Veskline]\nName=a\n";
+    const std::string comment = std::string((1024UL * 1024) - section.size(), '#');
+    WriteText(kPath, comment + section);
+    EXPECT_EQ(Get(kPath, "Name", m_buffer, sizeof m_buffer), 0);
+    EXPECT_STREQ(m_buffer, "a");
+    WriteText(kPath, "#" + comment + section);
+    EXPECT_LT(Get(kPath, "Name", m_buffer, sizeof m_buffer), 0);
+    EXPECT_EQ(errno, EFBIG);
+    EXPECT_EQ(ErrorRecord(), "0x0900 section_file.cpp");
+}
+
+TEST_F(SectionReader, FindsNothingInAMaskedUnit)
 {
     MakeFolder("/run/units");
     ASSERT_EQ(symlink("/dev/null", kPath.c_str()), 0);
     EXPECT_EQ(Get(kPath, "Name", m_buffer, sizeof m_buffer), 1);
-    ASSERT_EQ(mkfifo("/run/units/pipe", 0600), 0);
-    EXPECT_EQ(Get("/run/units/pipe", "Name", m_buffer, sizeof m_buffer), 1);
+    EXPECT_EQ(VLIBCErrGet(), 0);
 }
 
 class SectionWriter : public ::testing::Test
@@ -138,14 +157,17 @@ TEST_F(SectionWriter, CreatesTheFile)
     EXPECT_EQ(OpenDescriptors(), before);
 }
 
-TEST_F(SectionWriter, CreatesTheFileLessTheUmask)
+TEST_F(SectionWriter, CreatesAUsableFileWhateverTheUmask)
 {
-    EXPECT_EQ(RunInChild([&] {
-                  umask(0077);
-                  return Add();
-              }),
-              Exited(0));
-    EXPECT_EQ(Mode(kPath), 0600U);
+    for (const mode_t mask : {0000U, 0022U, 0077U, 0777U}) {
+        EXPECT_EQ(RunInChild([&] {
+                      umask(mask);
+                      return Add() == 0 && umask(mask) == mask ? 0 : 1;
+                  }),
+                  Exited(0));
+        EXPECT_EQ(Mode(kPath), 0644U) << mask;
+        RemoveAll(kPath);
+    }
 }
 
 TEST_F(SectionWriter, CreatesAFileInTheWorkingFolder)
@@ -171,14 +193,14 @@ TEST_F(SectionWriter, KeepsModeAndOwner)
     }
     WriteText(kPath, "[X]\n");
     ASSERT_EQ(chown(kPath.c_str(), 123, 456), 0);
-    ASSERT_EQ(chmod(kPath.c_str(), 02640), 0);
+    ASSERT_EQ(chmod(kPath.c_str(), 06640), 0);
     EXPECT_EQ(Add(), 0);
     struct stat status {
     };
     ASSERT_EQ(stat(kPath.c_str(), &status), 0);
     EXPECT_EQ(status.st_uid, 123U);
     EXPECT_EQ(status.st_gid, 456U);
-    EXPECT_EQ(Mode(kPath), 02640U);
+    EXPECT_EQ(Mode(kPath), 0640U) << "the permission bits and no more";
 }
 
 TEST_F(SectionWriter, ReplacesTheFileBehindALink)
@@ -219,6 +241,20 @@ TEST_F(SectionWriter, RefusesWordsThatWouldTearTheFile)
     EXPECT_EQ(ReadText(kPath), "[A]\na=1\n");
 }
 
+TEST_F(SectionWriter, WritesNothingThatIsTooLargeToReadBack)
+{
+    WriteText(kPath, std::string(1024UL * 1024, '#'));
+    EXPECT_LT(Add(), 0);
+    EXPECT_EQ(errno, EFBIG);
+    EXPECT_EQ(ErrorRecord(), "0x0B00 section_file.cpp");
+    WriteText(kPath, std::string((1024UL * 1024) + 1, '#'));
+    EXPECT_LT(Add(), 0);
+    EXPECT_EQ(errno, EFBIG);
+    EXPECT_EQ(ErrorRecord(), "0x0900 section_file.cpp");
+    EXPECT_EQ(ReadText(kPath).size(), (1024UL * 1024) + 1);
+    EXPECT_THAT(ListFolder("/run/units"), ElementsAre("foo.service"));
+}
+
 TEST_F(SectionWriter, FailsWithoutItsFolder)
 {
     EXPECT_LT(Add("/run/none/file"), 0);
@@ -238,6 +274,68 @@ TEST_F(SectionWriter, LeavesTheOldFileWhenTheDiskIsFull)
     EXPECT_EQ(ReadText(kPath), "[A]\na=1\n");
     EXPECT_THAT(ListFolder("/run/units"), ElementsAre("foo.service"));
     EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST_F(SectionWriter, SyncsTheFileThenPutsItInPlaceThenSyncsTheFolder)
+{
+    WriteText(kPath, "[A]\na=1\n");
+    const WriteSpy spy;
+    EXPECT_EQ(Add(), 0);
+    EXPECT_THAT(spy.Calls(), ElementsAre("fsync TMP", "close TMP", "rename TMP foo.service", "fsync units"));
+}
+
+TEST_F(SectionWriter, LeavesTheOldFileWhenTheNewOneDoesNotReachTheDisk)
+{
+    WriteText(kPath, "[A]\na=1\n");
+    const auto before = OpenDescriptors();
+    for (const std::string call : {"fsync TMP", "close TMP"}) {
+        WriteSpy spy;
+        spy.Fail(call, EDQUOT);
+        VLIBCErrSetEx(0, "", 0);
+        EXPECT_LT(Add(), 0) << call;
+        EXPECT_EQ(errno, EDQUOT);
+        EXPECT_EQ(ErrorRecord(), "0x0B00 section_file.cpp");
+        EXPECT_EQ(ReadText(kPath), "[A]\na=1\n") << call;
+        EXPECT_THAT(ListFolder("/run/units"), ElementsAre("foo.service")) << call;
+    }
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST_F(SectionWriter, FailsWhenTheFolderDoesNotReachTheDisk)
+{
+    WriteText(kPath, "[A]\na=1\n");
+    WriteSpy spy;
+    spy.Fail("fsync units", EIO);
+    EXPECT_LT(Add(), 0);
+    EXPECT_EQ(errno, EIO);
+    EXPECT_EQ(ErrorRecord(), "0x0B00 section_file.cpp");
+    EXPECT_EQ(ReadText(kPath), "[A]\na=1\n\n[X]\n") << "it may or may not outlive a power cut";
+    EXPECT_THAT(ListFolder("/run/units"), ElementsAre("foo.service"));
+}
+
+TEST_F(SectionWriter, DoesNotMindAFolderThatHasNothingToSync)
+{
+    WriteSpy spy;
+    spy.Fail("fsync units", EINVAL);
+    EXPECT_EQ(Add(), 0);
+}
+
+TEST_F(SectionWriter, ChangesNothingInAFolderThatCannotBeRead)
+{
+    if (!CanBecomeOtherUsers()) {
+        GTEST_SKIP() << "this sandbox knows one user only";
+    }
+    WriteText(kPath, "[A]\na=1\n", 0666);
+    ASSERT_EQ(chmod("/run/units", 0733), 0);
+    ASSERT_EQ(chown(kPath.c_str(), 54321, 54321), 0);
+    ExpectAsUser(54321, [] {
+        VLIBCSzHash* hash = VLIBCSzHashAlloc(0);
+        EXPECT_LT(VLIBCFileAddSection(kPath.c_str(), "X", hash, 0), 0);
+        EXPECT_EQ(errno, EACCES);
+        VLIBCSzHashFree(hash);
+    });
+    EXPECT_EQ(ReadText(kPath), "[A]\na=1\n");
+    EXPECT_THAT(ListFolder("/run/units"), ElementsAre("foo.service"));
 }
 
 TEST_F(SectionWriter, ReadsBack)
