@@ -1,9 +1,13 @@
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <sstream>
 #include <string>
+#include <sys/resource.h>
+#include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 #include <veskcore.h>
 
@@ -66,6 +70,73 @@ TEST(EventLog, GetsOneLineWhateverANameContains)
 {
     EXPECT_EQ(Words("m\n", "00\t01", "a\nb\rc\x7f\x1b[31m\\n \xC3\xA4"),
               "m\\x0a 00\\x0901 unknown code: a\\x0ab\\x0dc\\x7f\\x1b[31m\\x5cn \xC3\xA4\n");
+}
+
+TEST(EventLog, ShowsC1ControlsSeparatorsAndBrokenTextByTheirBytes)
+{
+    EXPECT_EQ(Words("m", "0001",
+                    "a\xC2\x80"
+                    "b\xC2\x9B"
+                    "c\xC2\x85"
+                    "d\xE2\x80\xA8"
+                    "e\xE2\x80\xA9"),
+              "m 0001 started: a\\xc2\\x80b\\xc2\\x9bc\\xc2\\x85d\\xe2\\x80\\xa8e\\xe2\\x80\\xa9\n");
+    EXPECT_EQ(Words("m", "0001", "\x9B \xC0\x8A \xED\xA0\x80 \xF4\x90\x80\x80 \xF5 \xE0\x80\xA8 \xC3 \xC3"),
+              "m 0001 started: \\x9b \\xc0\\x8a \\xed\\xa0\\x80 \\xf4\\x90\\x80\\x80 \\xf5 \\xe0\\x80\\xa8 "
+              "\\xc3 \\xc3\n");
+    const std::string text = "\xC2\xA0 \xC3\xA4 \xE2\x82\xAC \xEF\xBF\xBD \xF0\x9F\x98\x80 \xF4\x8F\xBF\xBF";
+    EXPECT_EQ(Words("m", "0001", text), "m 0001 started: " + text + "\n");
+}
+
+TEST(EventLog, BeginsANewLineAfterATornOne)
+{
+    WriteText(kLog, "whole\ntorn");
+    EXPECT_EQ(Entry("m", "0001", "a").substr(0, 3), "\n20");
+    EXPECT_EQ(Entry("m", "0001", "b").substr(0, 2), "20");
+    const std::string log = ReadText(kLog);
+    EXPECT_EQ(log.substr(0, 11), "whole\ntorn\n");
+    EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 4);
+}
+
+TEST(EventLog, TellsThatALineWasTornAndLosesNoOther)
+{
+    Entry("m", "0001", "before");
+    const rlimit some{ReadText(kLog).size() + 10, RLIM_INFINITY};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &some), 0);
+    const Result result = RunProgram({kProgram, "m", "0001", "cut"}, "rB");
+    const rlimit all{RLIM_INFINITY, RLIM_INFINITY};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &all), 0);
+    EXPECT_EQ(result.status, ExitStatus(1));
+    EXPECT_EQ(result.output, "vesklogset: cannot write /var/log/vesk/event.log: No space left on device\n");
+    EXPECT_THAT(Entry("m", "0001", "after"), MatchesRegex("\n" + kTime + " m 0001 started: after\n"));
+}
+
+TEST(EventLog, FollowsNoLinkAndWaitsForNoPipe)
+{
+    WriteText("/run/target", "");
+    MakeFolder("/var/log/vesk");
+    ASSERT_EQ(symlink("/run/target", kLog), 0);
+    Result result = RunProgram({kProgram, "m", "0001", "a"}, "rB");
+    EXPECT_EQ(result.status, ExitStatus(1));
+    EXPECT_EQ(result.output,
+              "vesklogset: cannot write /var/log/vesk/event.log: Too many levels of symbolic links\n");
+    EXPECT_EQ(ReadText("/run/target"), "");
+    RemoveAll(kLog);
+    ASSERT_EQ(mkfifo(kLog, 0600), 0);
+    result = RunProgram({kProgram, "m", "0001", "a"}, "rB");
+    EXPECT_EQ(result.status, ExitStatus(1));
+    EXPECT_EQ(result.output, "vesklogset: cannot write /var/log/vesk/event.log: Invalid argument\n");
+}
+
+TEST(EventLog, IsForAllToReadAndForItsOwnerToWriteWhateverTheUmask)
+{
+    for (const std::string mask : {"000", "022", "077", "777"}) {
+        const Result result = RunScript("umask " + mask + "; exec " + kProgram + " m 0001 a");
+        EXPECT_EQ(result.status, ExitStatus(0));
+        EXPECT_EQ(Mode("/var/log/vesk"), 0755U) << mask;
+        EXPECT_EQ(Mode(kLog), 0644U) << mask;
+        RemoveAll("/var/log/vesk");
+    }
 }
 
 TEST(EventLog, GoesToSyslogToo)
