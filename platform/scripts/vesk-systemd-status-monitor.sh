@@ -5,6 +5,10 @@
 # Two processes share the work. This one waits for the lock and nothing else, so that it ends at once however long
 # a query hangs; the other one queries and logs, in a session of its own, and is killed whole at the end.
 
+# Whoever isolates may have any path, or none.
+PATH=/usr/sbin:/usr/bin:/sbin:/bin
+export PATH
+
 lock=/run/vesksystemd/status_monitor.exit.lock
 systemctl=/usr/bin/systemctl
 tag=vesk-systemd-status-monitor

@@ -1,8 +1,11 @@
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <linux/sched.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <veskcore.h>
 
@@ -67,6 +70,28 @@ TEST(OldKernel, WithoutCloseRangeClosesThemInAForkedChildToo)
                   }
                   char count = 0;
                   return read(ends[0], &count, 1) == 1 && count == 3 ? 0 : 3;
+              }),
+              Exited(0));
+}
+
+TEST(OldKernel, WithoutCloseRangeLeaksNothingOfAFullTable)
+{
+    EXPECT_EQ(RunInChild([] {
+                  const rlimit limit{256, 256};
+                  setrlimit(RLIMIT_NOFILE, &limit);
+                  while (open("/dev/zero", O_RDONLY) >= 0) {
+                  }
+                  FailSystemCall(SYS_close_range, ENOSYS);
+                  int ended = -1;
+                  const int pid = VLIBCProcForkEx(VLIBC_FORK_CLOSE_DESCRIPTORS);
+                  if (pid == 0) {
+                      _exit(static_cast<int>(OpenDescriptors().size()));
+                  }
+                  return waitpid(pid, &ended, 0) == pid && ended == ExitStatus(3) &&
+                                 VLIBCExec("/bin/sh", "-c", "set -- /proc/self/fd/*; test $# = 4", nullptr,
+                                           nullptr) == 0
+                             ? 0
+                             : 1;
               }),
               Exited(0));
 }

@@ -179,6 +179,21 @@ TEST_F(StatusMonitor, LogsAChangedState)
     EXPECT_THAT(messages, ElementsAre("system state: running", "system state: stopping"));
 }
 
+TEST_F(StatusMonitor, RunsNoProgramOfTheCallersPath)
+{
+    const std::string planted = "#!/bin/sh\necho \"$0\" >>/run/planted/ran\nexec /usr/bin/${0##*/} \"$@\"\n";
+    for (const char* name : {"flock", "setsid", "timeout", "sed", "logger", "sleep", "kill", "printf"}) {
+        WriteText(std::string("/run/planted/") + name, planted, 0755);
+    }
+    setenv("PATH", "/run/planted:/usr/bin:/bin", 1);
+    ExitLock lock;
+    Monitor monitor;
+    ASSERT_TRUE(Eventually([&] { return HasAsked(4); }));
+    lock.Close();
+    EXPECT_TRUE(Eventually([&] { return monitor.HasEnded(); }));
+    EXPECT_FALSE(Exists("/run/planted/ran"));
+}
+
 TEST_F(StatusMonitor, EndsWithinASecondOfTheLockBecomingFree)
 {
     ExitLock lock;
