@@ -155,8 +155,8 @@ typedef struct VLIBCSzHash VLIBCSzHash;
  * whatever the umask) when missing; otherwise permission bits and owner stay, and it is replaced in one step
  * through a synced temporary file ".vesk-*.tmp" beside it, a rename, and a sync of the folder. When only the last
  * fails, which is a failure, the new content is there but may not outlive a power cut. What cannot be read back is
- * refused: more than 1 MiB, and keys and values such as one with a line feed or with a backslash at its end. `flags` is 0. Two writers at a time
- * need a lock of their own. Returns 0, or a negative value on failure.
+ * refused: more than 1 MiB, and keys and values such as one with a line feed or with a backslash at its end.
+ * `flags` is 0. Two writers at a time need a lock of their own. Returns 0, or a negative value on failure.
  */
 int VLIBCFileAddSection(const char* path, const char* section, VLIBCSzHash* hash, int flags);
 
