@@ -33,11 +33,22 @@ if(VESK_COVERAGE)
     list(APPEND VESK_INSTRUMENT --coverage -fprofile-update=atomic)
 endif()
 
+# vesk_fortify(RESULT LANGUAGE): the level for the optimised builds, unless the builder's own flags have one.
+function(vesk_fortify result language)
+    string(TOUPPER "${CMAKE_BUILD_TYPE}" type)
+    if(NOT "${CMAKE_${language}_FLAGS} ${CMAKE_${language}_FLAGS_${type}}" MATCHES "_FORTIFY_SOURCE")
+        set(wanted $<AND:$<NOT:$<CONFIG:Debug>>,$<COMPILE_LANGUAGE:${language}>>)
+        set(${result} $<${wanted}:_FORTIFY_SOURCE=2> PARENT_SCOPE)
+    endif()
+endfunction()
+vesk_fortify(VESK_FORTIFY_C C)
+vesk_fortify(VESK_FORTIFY_CXX CXX)
+
 function(vesk_compile target)
     target_compile_options(${target} PRIVATE
         ${VESK_WARNINGS} $<$<COMPILE_LANGUAGE:CXX>:${VESK_CXX_WARNINGS}> ${VESK_HARDENING} ${VESK_INSTRUMENT})
     target_compile_definitions(${target} PRIVATE
-        $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2> $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
+        ${VESK_FORTIFY_C} ${VESK_FORTIFY_CXX} $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
     if(CMAKE_SIZEOF_VOID_P EQUAL 4)
         # Else stat fails for files of 2 GiB and more.
         target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
