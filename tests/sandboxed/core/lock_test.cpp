@@ -1,3 +1,4 @@
+#include <chrono>
 #include <filesystem>
 #include <gmock/gmock.h>
 #include <string>
@@ -6,6 +7,7 @@
 #include <vesksystemd.hpp>
 
 #include "c_library_faults.hpp"
+#include "checks.hpp"
 #include "descriptors.hpp"
 #include "files.hpp"
 #include "holdings.hpp"
@@ -18,7 +20,9 @@ namespace
 {
 
 using ::testing::ElementsAre;
+using ::testing::Field;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 using VESK::Systemd::FileLock;
 using VESK::Systemd::SystemOperationLock;
 
@@ -157,6 +161,41 @@ TEST_F(FileLockTest, LogsAFileThatCannotBeOpened)
                                                          kPath + "] [0x0900 " + VLIBCErrorGetFile() + ":" +
                                                          std::to_string(VLIBCErrorGetLine()) + "]")));
     EXPECT_EQ(Holdings::Now(), before);
+}
+
+TEST_F(FileLockTest, IsRefusedToAnotherUserAtOnceAndSaysSo)
+{
+    if (!CanBecomeOtherUsers()) {
+        GTEST_SKIP() << "this sandbox knows one user only";
+    }
+    FileLock own(kPath, true, 0);
+    ASSERT_TRUE(own.Acquire());
+    own.Release();
+    EXPECT_EQ(Mode(kPath), 0600U);
+    ExpectAsUser(4711, [] {
+        const auto begin = std::chrono::steady_clock::now();
+        EXPECT_FALSE(FileLock(kPath, false, 3600).Acquire());
+        EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(60));
+        EXPECT_EQ(VLIBCErrGet(), VLIBC_ERR_OPEN);
+        EXPECT_STREQ(VLIBCErrorGetFile(), "locks.cpp");
+    });
+    EXPECT_THAT(log.Take(),
+                ElementsAre(Field(&SyslogLine::message,
+                                  StartsWith("vesksystemd: failed to get lock "
+                                             "[/run/vesksystemd/locks/test.lock] [0x0900 locks.cpp:"))));
+}
+
+TEST_F(FileLockTest, MakesFoldersThatOthersCannotWriteWhateverTheUmask)
+{
+    for (const mode_t mask : {0000U, 0777U}) {
+        const mode_t usual = umask(mask);
+        EXPECT_TRUE(FileLock(kPath, true, 0).Acquire()) << mask;
+        EXPECT_EQ(umask(usual), mask);
+        EXPECT_EQ(Mode("/run/vesksystemd"), 0755U);
+        EXPECT_EQ(Mode("/run/vesksystemd/locks"), 0755U);
+        EXPECT_EQ(Mode(kPath), 0600U);
+        RemoveAll("/run/vesksystemd");
+    }
 }
 
 TEST_F(FileLockTest, LogsAPathThatCannotBeCopied)

@@ -1,10 +1,12 @@
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <gmock/gmock.h>
 #include <pwd.h>
 #include <security/pam_appl.h>
 #include <string>
 #include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 #include <vector>
 #include <vesksystemd.hpp>
@@ -14,14 +16,19 @@
 #include "files.hpp"
 #include "holdings.hpp"
 #include "syslog_capture.hpp"
+#include "systemctl_script.hpp"
 
 namespace VeskTest
 {
 namespace
 {
 
+using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::Field;
 using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
+using ::testing::SizeIs;
 
 constexpr uid_t kUser = 4711;
 constexpr const char* kService = "/etc/pam.d/systemd-user";
@@ -151,6 +158,41 @@ TEST_F(PamEnvironment, IsNotAddedToByTheLibrary)
     ASSERT_EQ(chmod("/run/user/4711", 0700), 0);
     ExpectNoChange();
     EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+// The first calls of a process, in which its environment grows, side by side with children that get it.
+TEST_F(PamEnvironment, ReachesSystemctlWholeFromSixteenThreads)
+{
+    constexpr int kThreads = 16;
+    constexpr int kRounds = 5;
+    ScriptedSystemctl systemctl;
+    systemctl.OnAny().Stdout("answer\n").Exit(3);
+    ExpectAsUser(kUser, [] {
+        std::atomic<int> right{0};
+        std::vector<std::thread> threads;
+        for (int number = 0; number < kThreads; ++number) {
+            threads.emplace_back([&right] {
+                for (int round = 0; round < kRounds; ++round) {
+                    VESKSystemdSystemctl("show", {"a"}, [&right](int code, const auto& lines) {
+                        right += code == 3 && lines == std::vector<std::string>{"answer\n"} ? 1 : 0;
+                        return true;
+                    });
+                }
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        EXPECT_EQ(right, kThreads * kRounds);
+    });
+    const std::vector<Call> calls = systemctl.Calls();
+    EXPECT_THAT(calls, SizeIs(kThreads * kRounds));
+    for (const Call& call : calls) {
+        EXPECT_THAT(call.environment, IsSupersetOf({"VESK_FIRST=first", "VESK_SECOND=a b=c",
+                                                    "XDG_RUNTIME_DIR=/run/user/4711"}));
+        EXPECT_THAT(call.argv, ElementsAre("/usr/bin/systemctl", "show", "--user", "a"));
+    }
+    EXPECT_THAT(log.Take(), Each(Field(&SyslogLine::level, 6)));
 }
 
 TEST_F(PamEnvironment, LogsATransactionThatDoesNotStart)
