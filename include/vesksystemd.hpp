@@ -71,7 +71,9 @@ private:
  *
  * Returns true in the parent once the child exists, false when there is none; never returns in the child. The
  * parent does not wait: the child is nobody's to wait for. `ullFlags` are fork options of the platform; 4
- * closes every inherited descriptor above 2 in the child. Only the calling thread exists in the child.
+ * closes every inherited descriptor above 2 in the child. Only the calling thread exists in the child, which keeps
+ * the caller's signal handlers, mask, umask and standard descriptors. It must not wait for what other threads of the
+ * caller held at the fork; the library's own log lines do not.
  */
 VESK_API bool ForkAndRun(std::function<void()> function, unsigned long long ullFlags);
 
@@ -329,7 +331,10 @@ class VESK_API StatusMonitor
 {
 public:
     StatusMonitor() = default;
-    /** Releases the lock, so that no child that was forked meanwhile keeps the script running. */
+    /**
+     * Releases the lock, so that no child that was forked meanwhile keeps the script running. In such a child itself
+     * it ends nothing.
+     */
     ~StatusMonitor();
     StatusMonitor(const StatusMonitor&) = delete;
     StatusMonitor& operator=(const StatusMonitor&) = delete;
@@ -340,6 +345,7 @@ public:
 
 private:
     std::unique_ptr<FileLock> m_pExitLock;
+    int m_nStarter = -1;
 };
 
 /* ---- Processes and slices ------------------------------------------------------------------------------ */

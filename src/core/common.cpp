@@ -14,6 +14,7 @@ constexpr unsigned long long kDetach = 0x40;
 
 [[noreturn]] void RunAndExit(const std::function<void()>& function)
 {
+    LogInForkedChild();
     try {
         function();
     } catch (const std::exception& error) {

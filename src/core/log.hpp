@@ -39,6 +39,13 @@ enum ErrorCode : int {
     ERR_READ_JOB = 0x8100,
 };
 
+/**
+ * To be called first in a forked child: another thread of its parent may have been inside syslog at the fork, whose
+ * lock then stays locked here for ever. From then on lines go straight to /dev/log if that is so, at every level and
+ * under the program's name, since what the caller has set is known to syslog alone.
+ */
+void LogInForkedChild();
+
 bool LogEnabled(int nLevel);
 
 [[gnu::format(printf, 2, 3)]] void Log(int nLevel, const char* szFormat, ...);

@@ -28,7 +28,7 @@ namespace
 
 constexpr int kFirstDescriptor = STDERR_FILENO + 1;
 constexpr int kRounds = 240;
-/** Many times what a round takes, on a busy machine too. */
+/** Many times what a round takes, on a busy machine too. A child that hung would keep the lock. */
 constexpr unsigned kMostSecondsOfARound = 60;
 
 /** A process that may end, and may then stay unreaped for long. */
@@ -65,20 +65,20 @@ bool IsIsolateLock(int fd)
            file.st_ino == lock.st_ino;
 }
 
-/** The open descriptors above 2; all that there may be when the folder that lists them cannot be opened. */
+/** The open descriptors above 2; all that there may be when the folder that lists them cannot be read. */
 std::vector<int> OpenDescriptors()
 {
     std::vector<int> vecDescriptors;
     Directory descriptors("/proc/self/fd");
-    if (descriptors.Error() != 0) {
-        vecDescriptors.resize(static_cast<size_t>(std::max(getdtablesize() - kFirstDescriptor, 0)));
-        std::iota(vecDescriptors.begin(), vecDescriptors.end(), kFirstDescriptor);
-    }
     while (const char* szDescriptor = descriptors.Next()) {
         const int fd = static_cast<int>(strtol(szDescriptor, nullptr, 10));
         if (fd >= kFirstDescriptor && fd != descriptors.Descriptor()) {
             vecDescriptors.push_back(fd);
         }
+    }
+    if (descriptors.Error() != 0) {
+        vecDescriptors.resize(static_cast<size_t>(std::max(getdtablesize() - kFirstDescriptor, 0)));
+        std::iota(vecDescriptors.begin(), vecDescriptors.end(), kFirstDescriptor);
     }
     return vecDescriptors;
 }
@@ -94,19 +94,6 @@ void CloseOtherDescriptors(int fdKept)
             close(fd);
         }
     }
-}
-
-/**
- * Lets an alarm end the child, which would keep the lock, should it hang. It might in the first line that it
- * logs, if another thread of the parent was inside syslog when it forked.
- */
-void AlarmAllow()
-{
-    signal(SIGALRM, SIG_DFL);
-    sigset_t alarmSignal;
-    sigemptyset(&alarmSignal);
-    sigaddset(&alarmSignal, SIGALRM);
-    sigprocmask(SIG_UNBLOCK, &alarmSignal, nullptr);
 }
 
 bool IsIsolating(pid_t nParent)
@@ -126,7 +113,6 @@ bool HasFinished()
 
 bool IsolateMonitorWait(pid_t nParent)
 {
-    AlarmAllow();
     const WatchedProcess parent(nParent);
     CloseOtherDescriptors(parent.Descriptor());
     for (int nRound = 0; nRound < kRounds; ++nRound) {

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include "core/background.hpp"
 #include "core/log.hpp"
 
 namespace VESK::Systemd
@@ -32,13 +33,15 @@ void RunScript()
 
 StatusMonitor::~StatusMonitor()
 {
-    if (m_pExitLock != nullptr) {
+    // A child of the caller's that gets here leaves the monitor to its parent.
+    if (m_pExitLock != nullptr && m_nStarter == getpid()) {
         m_pExitLock->Release();
     }
 }
 
 bool StatusMonitor::Start()
 {
+    m_nStarter = getpid();
     try {
         m_pExitLock = std::make_unique<FileLock>(kExitLock, false, 10);
     } catch (const std::exception& error) {
@@ -50,7 +53,7 @@ bool StatusMonitor::Start()
         return false;
     }
     // The child must not hold the lock whose end it waits for.
-    if (!ForkAndRun(RunScript, kCloseDescriptors)) {
+    if (!RunInBackground(RunScript, kCloseDescriptors)) {
         VESK_LOG(LOG_ERR, "%s:%d Failed to fork and run monitor", VESK_HERE);
         return false;
     }

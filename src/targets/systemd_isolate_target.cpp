@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <unistd.h>
 
+#include "core/background.hpp"
 #include "core/lock_release.hpp"
 #include "core/log.hpp"
 #include "core/paths.hpp"
@@ -174,7 +175,7 @@ bool IsolateAndWait(const std::string& strTarget, const Texts& vecOptions, FileL
                     const Outcome& outcome)
 {
     const pid_t nParent = getpid();
-    if (!ForkAndRun([&] { MonitorRun(lock, nParent); }, 0)) {
+    if (!RunInBackground([&] { MonitorRun(lock, nParent); }, 0)) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to fork for isolate monitor", VESK_HERE);
         return false;
     }

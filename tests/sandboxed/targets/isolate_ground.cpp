@@ -1,6 +1,14 @@
 #include "isolate_ground.hpp"
 #include "paths.hpp"
 
+#include <csignal>
+#include <fcntl.h>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "descriptor.hpp"
+
 namespace VeskTest
 {
 
@@ -10,7 +18,45 @@ namespace
 constexpr const char* kIsolating = "/tmp/isolating";
 constexpr const char* kLetGo = "/tmp/let-go";
 
+// The rest of the line of /proc/PID/status that begins so, without blanks.
+std::string StatusOf(pid_t pid, const std::string& name)
+{
+    std::istringstream status(ReadText("/proc/" + std::to_string(pid) + "/status"));
+    for (std::string word; status >> word;) {
+        if (word == name + ":") {
+            status >> word;
+            return word;
+        }
+    }
+    return "";
+}
+
 } // namespace
+
+void TakeOwnWays()
+{
+    RemoveAll(kHandled);
+    signal(SIGTERM, [](int) { close(open(kHandled, O_CREAT | O_WRONLY | O_CLOEXEC, 0600)); });
+    signal(SIGHUP, SIG_IGN);
+    sigset_t user;
+    sigemptyset(&user);
+    sigaddset(&user, SIGUSR1);
+    sigprocmask(SIG_BLOCK, &user, nullptr);
+    umask(0);
+}
+
+void ExpectPlainWays(pid_t child)
+{
+    const std::string none(16, '0');
+    // All are blocked for a moment whenever a program is started.
+    EXPECT_TRUE(Eventually([&] { return StatusOf(child, "SigBlk") == none; }));
+    EXPECT_EQ(StatusOf(child, "SigIgn"), none);
+    EXPECT_EQ(StatusOf(child, "SigCgt"), none);
+    EXPECT_EQ(StatusOf(child, "Umask"), "0022");
+    for (const char* descriptor : {"0", "1", "2"}) {
+        EXPECT_EQ(VeskGround::ReadLink("/proc/" + std::to_string(child) + "/fd/" + descriptor), "/dev/null");
+    }
+}
 
 LogMatchers LockFailure(const std::string& lock, const std::string& what)
 {

@@ -3,6 +3,7 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 #include <vesksystemd.hpp>
 
@@ -22,6 +23,12 @@ constexpr const char* kIsolateFile = "systemd_isolate_target.cpp";
 
 // No outcome of a wait: what an untouched place still holds.
 constexpr auto kUntouched = static_cast<VESK_SYSTEMD_ISOLATE_WAIT_STOP_RESULT>(3);
+
+// A caller with ways of its own: a handler of SIGTERM that makes a file, SIGUSR1 blocked, SIGHUP ignored, umask 0.
+constexpr const char* kHandled = "/tmp/handled";
+void TakeOwnWays();
+// That a child has none of these, nor the caller's standard descriptors.
+void ExpectPlainWays(pid_t child);
 
 // The line of the lock's file for a lock that could not be taken, and the one that says what it was for.
 LogMatchers LockFailure(const std::string& lock, const std::string& what);
