@@ -88,6 +88,12 @@ TEST(EventLog, ShowsC1ControlsSeparatorsAndBrokenTextByTheirBytes)
     EXPECT_EQ(Words("m", "0001", text), "m 0001 started: " + text + "\n");
 }
 
+TEST(EventLog, ShowsACharacterThatTheEndCutsShortByItsBytes)
+{
+    EXPECT_EQ(Words("m\xC3", "0001", "a\xE2\xA0"), "m\\xc3 0001 started: a\\xe2\\xa0\n");
+    EXPECT_EQ(Words("m", "0001", "a\xF0\x9F\x98"), "m 0001 started: a\\xf0\\x9f\\x98\n");
+}
+
 TEST(EventLog, BeginsANewLineAfterATornOne)
 {
     WriteText(kLog, "whole\ntorn");

@@ -108,8 +108,10 @@ std::string Escaped(std::string_view text)
 {
     std::string result;
     while (!text.empty()) {
-        std::string_view character = text.substr(0, LengthFrom(static_cast<unsigned char>(text[0])));
-        const char32_t number = Decoded(character);
+        const std::size_t length = LengthFrom(static_cast<unsigned char>(text[0]));
+        std::string_view character = text.substr(0, length);
+        // The end of the text may have cut it short.
+        const char32_t number = character.size() == length ? Decoded(character) : kInvalid;
         if (number == kInvalid) {
             character = text.substr(0, 1);
         }
