@@ -11,6 +11,7 @@
 #include "core/file_text.hpp"
 #include "core/log.hpp"
 #include "core/pause.hpp"
+#include "core/systemctl.hpp"
 #include "core/text.hpp"
 #include "core/unique_fd.hpp"
 #include "resource/cgroup_layout.hpp"
@@ -92,13 +93,11 @@ void StopUnits(const std::string& strSlice, const Texts& vecUnits)
 
 bool SendSignal(const std::string& strSlice, const Texts& vecOptions)
 {
-    const auto opts = SystemctlOptsBuilder().SetCmdOpts(&vecOptions).SetForceSystem(true).Build();
-    try {
-        return VESKSystemdSystemctlUltron("kill", opts, {strSlice},
-                                          [](int nExitCode, const Texts&) { return nExitCode == 0; });
-    } catch (const std::exception&) {
-        return false;
-    }
+    return AskAndJudge(
+        [&] {
+            return Request{"kill", vecOptions, {strSlice}, true};
+        },
+        [](const Answer& answer) { return answer.IsSuccess(); });
 }
 
 /** Reads a number of seconds; what has a sign, or is longer than a day, is none. */

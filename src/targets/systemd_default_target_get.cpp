@@ -2,33 +2,43 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/systemctl.hpp"
 #include "core/text.hpp"
 
 using namespace VESK::Systemd;
 
-bool VESKSystemdDefaultTargetGet(std::string& strTarget)
+namespace
 {
-    const auto readAnswer = [&](int nExitCode, const Texts& vecLines) {
-        if (nExitCode != 0) {
-            VESK_LOG(LOG_ERR, "%s:%d vesksystemd: failed to get default target: ret=[%d], reason=[%s]",
-                     VESK_HERE, nExitCode, Joined(vecLines).c_str());
-            return false;
-        }
-        if (vecLines.size() != 1) {
-            VESK_LOG(LOG_ERR,
-                     "%s:%d vesksystemd: failed to get default target: result is invalid. Result: %s",
-                     VESK_HERE, Joined(vecLines).c_str());
-            return false;
-        }
-        strTarget = Trimmed(vecLines.front());
-        return true;
-    };
-    try {
-        return VESKSystemdSystemctl("get-default", {}, readAnswer);
-    } catch (const std::exception&) {
+
+bool TargetTake(const Answer& answer, std::string& strTarget)
+{
+    if (!answer.blGiven) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: failed to get default target.", VESK_HERE);
         return false;
     }
+    if (answer.nExitCode != 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: failed to get default target: ret=[%d], reason=[%s]", VESK_HERE,
+                 answer.nExitCode, Joined(answer.vecLines).c_str());
+        return false;
+    }
+    if (answer.vecLines.size() != 1) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: failed to get default target: result is invalid. Result: %s",
+                 VESK_HERE, Joined(answer.vecLines).c_str());
+        return false;
+    }
+    strTarget = Trimmed(answer.vecLines.front());
+    return true;
+}
+
+} // namespace
+
+bool VESKSystemdDefaultTargetGet(std::string& strTarget)
+{
+    return AskAndJudge(
+        [] {
+            return Request{"get-default", {}, {}};
+        },
+        [&](const Answer& answer) { return TargetTake(answer, strTarget); });
 }
 
 bool VESKCSystemdDefaultTargetGet(char* szDefaultTarget, int cbDefaultTarget)

@@ -8,6 +8,7 @@
 #include "core/log.hpp"
 #include "core/paths.hpp"
 #include "core/pause.hpp"
+#include "core/systemctl.hpp"
 #include "core/text.hpp"
 #include "targets/isolate_monitor.hpp"
 
@@ -90,17 +91,15 @@ std::string OptionsText(const Texts& vecOptions)
 
 bool Isolate(const std::string& strTarget, const Texts& vecOptions)
 {
-    const auto judge = [&](int nExitCode, const Texts& vecLines) {
-        if (nExitCode != 0) {
-            VESK_LOG(LOG_ERR, "%s:%d vesksystemd: isolate to [%s] failed: ret=[%d], reason=[%s]", VESK_HERE,
-                     strTarget.c_str(), nExitCode, Joined(vecLines).c_str());
-            return false;
-        }
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: isolated to [%s]%s.", VESK_HERE, strTarget.c_str(),
-                 OptionsText(vecOptions).c_str());
-        return true;
-    };
-    return VESKSystemdSystemctl("isolate", vecOptions, {strTarget}, judge);
+    const Answer answer = AskOrThrow({"isolate", vecOptions, {strTarget}});
+    if (answer.nExitCode != 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: isolate to [%s] failed: ret=[%d], reason=[%s]", VESK_HERE,
+                 strTarget.c_str(), answer.nExitCode, Joined(answer.vecLines).c_str());
+        return false;
+    }
+    VESK_LOG(LOG_INFO, "%s:%d vesksystemd: isolated to [%s]%s.", VESK_HERE, strTarget.c_str(),
+             OptionsText(vecOptions).c_str());
+    return true;
 }
 
 /** The units that have a stop job which was not queued before. */

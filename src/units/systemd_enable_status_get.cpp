@@ -1,6 +1,7 @@
 #include "vesksystemd.hpp"
 
 #include "core/c_forms.hpp"
+#include "core/systemctl.hpp"
 #include "core/text.hpp"
 #include "units/status_word.hpp"
 
@@ -22,27 +23,23 @@ constexpr std::array<StatusWord<Status>, 8> kWords{{
     {"linked-runtime", VESK_SYSTEMD_ENABLE_STATUS_LINKED},
 }};
 
-bool WordGet(const std::string& strUnit, const SystemctlOpts& opts, std::string& strWord)
+bool WordGet(const std::string& strUnit, const Texts& vecOptions, bool blForceSystem, std::string& strWord)
 {
-    // The exit code does not count: it is not 0 for a unit that is disabled.
-    const auto readAnswer = [&](int, const Texts& vecLines) {
-        if (vecLines.empty()) {
+    const auto request = [&] { return Request{"is-enabled", vecOptions, {strUnit}, blForceSystem}; };
+    return AskAndJudge(request, [&](const Answer& answer) {
+        // The exit code does not count: it is not 0 for a unit that is disabled.
+        if (answer.vecLines.empty()) {
             return false;
         }
-        strWord = Trimmed(vecLines.front());
+        strWord = Trimmed(answer.vecLines.front());
         return true;
-    };
-    try {
-        return VESKSystemdSystemctlUltron("is-enabled", opts, {strUnit}, readAnswer);
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
-Status StatusGet(const std::string& strUnit, const SystemctlOpts& opts)
+Status StatusGet(const std::string& strUnit, const Texts& vecOptions, bool blForceSystem)
 {
     std::string strWord;
-    if (!VESK_ARGUMENT(!strUnit.empty()) || !WordGet(strUnit, opts, strWord)) {
+    if (!VESK_ARGUMENT(!strUnit.empty()) || !WordGet(strUnit, vecOptions, blForceSystem, strWord)) {
         return kUnknownStatus<Status>;
     }
     return StatusOf(kWords, strWord, VESK_HERE);
@@ -52,17 +49,17 @@ Status StatusGet(const std::string& strUnit, const SystemctlOpts& opts)
 
 Status VESKSystemdEnableStatusGet(const std::string& strUnit)
 {
-    return StatusGet(strUnit, SystemctlOpts());
+    return StatusGet(strUnit, {}, false);
 }
 
 Status VESKSystemdEnableStatusGetWithOptions(const Texts& vecOptions, const std::string& strUnit)
 {
-    return StatusGet(strUnit, SystemctlOptsBuilder().SetCmdOpts(&vecOptions).Build());
+    return StatusGet(strUnit, vecOptions, false);
 }
 
 Status VESKSystemdEnableStatusGetSystem(const std::string& strUnit)
 {
-    return StatusGet(strUnit, SystemctlOptsBuilder().SetForceSystem(true).Build());
+    return StatusGet(strUnit, {}, true);
 }
 
 int VESKCSystemdEnableStatusGet(const char* szUnit)

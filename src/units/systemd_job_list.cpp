@@ -1,6 +1,7 @@
 #include "vesksystemd.hpp"
 
 #include "core/log.hpp"
+#include "core/systemctl.hpp"
 #include "core/text.hpp"
 
 using namespace VESK::Systemd;
@@ -20,15 +21,20 @@ bool JobOf(const std::string& strLine, JobInfo& info)
     return false;
 }
 
-template <typename Callback>
-bool ListJobs(const Texts& vecUnits, Callback&& callback)
+/** Asks for the job of a unit, for all jobs when that is empty; an answer goes to `judge`. */
+template <typename Judge>
+bool ListJobs(const std::string& strUnit, Judge&& judge)
 {
-    try {
-        return VESKSystemdSystemctl("list-jobs", {"--no-legend"}, vecUnits, std::forward<Callback>(callback));
-    } catch (const std::exception&) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: list-jobs failed.", VESK_HERE);
-        return false;
-    }
+    const auto request = [&] {
+        return Request{"list-jobs", {"--no-legend"}, strUnit.empty() ? Texts{} : Texts{strUnit}};
+    };
+    return AskAndJudge(request, [&](const Answer& answer) {
+        if (!answer.blGiven) {
+            VESK_LOG(LOG_ERR, "%s:%d vesksystemd: list-jobs failed.", VESK_HERE);
+            return false;
+        }
+        return judge(answer.nExitCode, answer.vecLines);
+    });
 }
 
 } // namespace
@@ -56,7 +62,7 @@ bool VESKSystemdIntJobGet(const std::string& strUnit, JobInfo& info)
     if (!VESK_ARGUMENT((!strUnit.empty()))) {
         return false;
     }
-    return ListJobs({strUnit}, [&](int nExitCode, const Texts& vecLines) {
+    return ListJobs(strUnit, [&](int nExitCode, const Texts& vecLines) {
         if (vecLines.empty()) {
             return false;
         }

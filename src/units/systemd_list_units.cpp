@@ -1,10 +1,26 @@
 #include "vesksystemd.hpp"
 
 #include "core/log.hpp"
+#include "core/systemctl.hpp"
 #include "core/text.hpp"
 #include "core/unit_types.hpp"
 
 using namespace VESK::Systemd;
+
+namespace
+{
+
+void UnitsAppend(const Texts& vecLines, Texts& vecUnits)
+{
+    for (const std::string& strLine : vecLines) {
+        Texts vecFields;
+        if (Split(strLine, vecFields, " ") && vecFields.size() == 2) {
+            vecUnits.push_back(vecFields[0]);
+        }
+    }
+}
+
+} // namespace
 
 bool VESKSystemdListUnits(Texts& vecUnits, const std::string& strType)
 {
@@ -16,22 +32,16 @@ bool VESKSystemdListUnits(Texts& vecUnits, const std::string& strType)
     if (!strType.empty()) {
         vecOptions.insert(vecOptions.end(), {"--type", strType});
     }
-    const auto readAnswer = [&](int nExitCode, const Texts& vecLines) {
-        if (nExitCode != 0) {
-            return false;
-        }
-        for (const std::string& strLine : vecLines) {
-            Texts vecFields;
-            if (Split(strLine, vecFields, " ") && vecFields.size() == 2) {
-                vecUnits.push_back(vecFields[0]);
+    return AskAndJudge(
+        [&] {
+            return Request{"list-unit-files", vecOptions, {}};
+        },
+        [&](const Answer& answer) {
+            if (!answer.blGiven) {
+                VESK_LOG(LOG_ERR, "%s:%d vesksystemd: list-unit-files failed.", VESK_HERE);
+            } else if (answer.nExitCode == 0) {
+                UnitsAppend(answer.vecLines, vecUnits);
             }
-        }
-        return true;
-    };
-    try {
-        return VESKSystemdSystemctl("list-unit-files", vecOptions, {}, readAnswer);
-    } catch (const std::exception&) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: list-unit-files failed.", VESK_HERE);
-        return false;
-    }
+            return answer.IsSuccess();
+        });
 }

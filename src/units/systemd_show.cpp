@@ -1,6 +1,7 @@
 #include "vesksystemd.hpp"
 
 #include "core/log.hpp"
+#include "core/systemctl.hpp"
 #include "core/text.hpp"
 
 using namespace VESK::Systemd;
@@ -21,21 +22,16 @@ bool PropertyGet(const std::string& strUnit, const std::string& strProperty, boo
     if (!VESK_ARGUMENT(!strUnit.empty()) || !VESK_ARGUMENT(!strProperty.empty())) {
         return false;
     }
-    const auto readAnswer = [&](int nExitCode, const Texts& vecLines) {
-        if (nExitCode != 0 || vecLines.empty()) {
+    const auto request = [&] {
+        return Request{"show", {"--property", strProperty}, {strUnit}, blForceSystem};
+    };
+    return AskAndJudge(request, [&](const Answer& answer) {
+        if (!answer.IsSuccess() || answer.vecLines.empty()) {
             return false;
         }
-        strValue = ValueOf(vecLines.front());
+        strValue = ValueOf(answer.vecLines.front());
         return true;
-    };
-    try {
-        const Texts vecOptions{"--property", strProperty};
-        const auto opts =
-            SystemctlOptsBuilder().SetCmdOpts(&vecOptions).SetForceSystem(blForceSystem).Build();
-        return VESKSystemdSystemctlUltron("show", opts, {strUnit}, readAnswer);
-    } catch (const std::exception&) {
-        return false;
-    }
+    });
 }
 
 } // namespace

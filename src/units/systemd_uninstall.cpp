@@ -12,6 +12,7 @@
 #include "core/names.hpp"
 #include "core/paths.hpp"
 #include "core/reason_folder.hpp"
+#include "core/systemctl.hpp"
 #include "core/text.hpp"
 
 using namespace VESK::Systemd;
@@ -22,14 +23,12 @@ namespace
 /** Runs one step of the uninstall, whose failure is logged and passed over. */
 void Step(const char* szStep, const char* szVerb, const Texts& vecOptions, const Texts& vecUnits)
 {
-    VESKSystemdSystemctl(szVerb, vecOptions, vecUnits, [&](int nExitCode, const Texts& vecLines) {
-        if (nExitCode != 0) {
-            VESK_LOG(LOG_ERR,
-                     "%s:%d vesksystemd: [%s] uninstalling, failed to do [%s]: ret=[%d], reason:\n%s",
-                     VESK_HERE, Joined(vecUnits).c_str(), szStep, nExitCode, Joined(vecLines, "").c_str());
-        }
-        return nExitCode == 0;
-    });
+    const Answer answer = AskOrThrow({szVerb, vecOptions, vecUnits});
+    if (answer.nExitCode != 0) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] uninstalling, failed to do [%s]: ret=[%d], reason:\n%s",
+                 VESK_HERE, Joined(vecUnits).c_str(), szStep, answer.nExitCode,
+                 Joined(answer.vecLines, "").c_str());
+    }
 }
 
 Texts MaskedUnits(const Texts& vecUnits)
@@ -104,12 +103,10 @@ bool PathsTake(const std::string& strLine, UnitPaths& paths)
 /** The unit's file and drop-ins, as the manager knows them. */
 bool PathsGet(const std::string& strUnit, UnitPaths& paths)
 {
-    const auto readAnswer = [&](int nExitCode, const Texts& vecLines) {
-        const auto take = [&](const std::string& strLine) { return PathsTake(strLine, paths); };
-        return nExitCode == 0 && std::all_of(vecLines.begin(), vecLines.end(), take);
-    };
-    return VESKSystemdSystemctl("show", {"--property=FragmentPath", "--property=DropInPaths"}, {strUnit},
-                                readAnswer);
+    const Answer answer =
+        AskOrThrow({"show", {"--property=FragmentPath", "--property=DropInPaths"}, {strUnit}});
+    const auto take = [&](const std::string& strLine) { return PathsTake(strLine, paths); };
+    return answer.nExitCode == 0 && std::all_of(answer.vecLines.begin(), answer.vecLines.end(), take);
 }
 
 /** Whether the path may be deleted: that of a file or a link, which is not followed, or of nothing any more.

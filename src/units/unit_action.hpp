@@ -2,33 +2,51 @@
 
 /** What the families of unit actions share. A family is a row of what is its own, and thin entry points. */
 
-#include "vesksystemd.hpp"
+#include <stdexcept>
 
 #include "core/text.hpp"
+#include "units/log_text.hpp"
 
 namespace VESK::Systemd
 {
 
-/** One family of actions: its verb, its words in the log, and where it differs from the others. */
-struct UnitAction {
-    const char* szVerb;
-
-    void (*logBegin)(const Texts& vecUnits);
-    void (*logDone)(const Texts& vecUnits);
-    void (*logFailed)(const Texts& vecFailed, int nExitCode, const Texts& vecLines);
-    void (*logNotRun)(const Texts& vecFailed);
-
-    /** Finds the units that failed in what systemctl printed. */
-    void (*failedUnitsGet)(const Texts& vecUnits, const Texts& vecLines, Texts& vecFailed) = FailedUnitsGet;
-
-    /** Called once systemctl has ended, whatever its exit code; may be null. */
-    void (*ended)(const Texts& vecUnits) = nullptr;
-
-    /** Log how long systemctl ran. */
-    bool blCalRunTime = false;
+enum class ActionKind {
+    /** Acts on units; those failed that systemctl names. */
+    Units,
+    /** Changes the enable state of units: all failed or none, all are marked as changed, and it is measured. */
+    UnitFiles,
+    /** Masks or unmasks: all failed or none by the caller's list of failed units alone, and it is measured. */
+    Masks,
 };
 
-/** Runs the action on units that are known to be there; appends those that failed. */
+/** One family of actions: its kind, its verb and its words in the log. */
+struct UnitAction {
+    /** What the texts take is checked where a row is compiled, so a row has to be constexpr. */
+    constexpr UnitAction(ActionKind ownKind, const char* szOwnVerb, LogText ownBegin, LogText ownDone,
+                         LogText ownRefused, LogText ownFailed)
+        : kind(ownKind)
+        , szVerb(szOwnVerb)
+        , begin(ownBegin.Taking("s"))
+        , done(ownDone.Taking("s"))
+        , refused(ownRefused.Taking(ownKind == ActionKind::Masks ? "ds" : "sds"))
+        , failed(ownFailed.Taking("s"))
+    {
+    }
+
+    ActionKind kind;
+    const char* szVerb;
+
+    /** With the units. */
+    LogText begin;
+    /** With the units. */
+    LogText done;
+    /** With the failed units (not for masks), the exit code and what systemctl printed. */
+    LogText refused;
+    /** With the failed units; for masks the outcome, for others that systemctl could not be run. */
+    LogText failed;
+};
+
+/** Runs the action; appends the units that failed. An empty list of units is an invalid argument. */
 bool UnitActionRun(const UnitAction& action, const Texts& vecOptions, const Texts& vecUnits,
                    Texts& vecFailed);
 

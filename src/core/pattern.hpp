@@ -1,0 +1,47 @@
+#pragma once
+
+#include <array>
+#include <regex.h>
+#include <string>
+
+namespace VESK::Systemd
+{
+
+/** A compiled POSIX extended regular expression. */
+class Pattern
+{
+public:
+    explicit Pattern(const char* szPattern)
+        : m_nError(regcomp(&m_regex, szPattern, REG_EXTENDED))
+    {
+    }
+    ~Pattern()
+    {
+        if (m_nError == 0) {
+            regfree(&m_regex);
+        }
+    }
+    Pattern(const Pattern&) = delete;
+    Pattern& operator=(const Pattern&) = delete;
+
+    /** 0, or why it could not be compiled. */
+    int Error() const { return m_nError; }
+
+    int Execute(const std::string& strLine, std::array<regmatch_t, 2>& matches) const
+    {
+        return regexec(&m_regex, strLine.c_str(), matches.size(), matches.data(), 0);
+    }
+
+    std::array<char, 1024> ErrorText(int nError) const
+    {
+        std::array<char, 1024> text{};
+        regerror(nError, &m_regex, text.data(), text.size());
+        return text;
+    }
+
+private:
+    regex_t m_regex{};
+    int m_nError;
+};
+
+} // namespace VESK::Systemd
