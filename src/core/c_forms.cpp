@@ -24,11 +24,6 @@ bool ListPush(const Texts& vecTexts, VLIBCSzList** ppList)
     });
 }
 
-bool GroupForm(const VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed, UnitsOperation* operation)
-{
-    return GroupForm(pListUnits, ppListFailed, std::function<UnitsOperation>(operation));
-}
-
 bool GroupForm(const VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed,
                const std::function<UnitsOperation>& operation)
 {
@@ -40,10 +35,25 @@ bool GroupForm(const VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed,
     return blResult;
 }
 
-bool OneUnitForm(const std::string& strUnit, UnitsOperation* operation)
+bool OneUnitForm(const char* szFile, int nLine, const std::string& strName, UnitsOperation* operation)
 {
+    const std::string strUnit = BeforeZero(strName);
     Texts vecFailed;
-    return operation({strUnit}, vecFailed);
+    return VESK_ARGUMENT_AT(szFile, nLine, !strUnit.empty()) && operation({strUnit}, vecFailed);
+}
+
+int COneUnitForm(const char* szFile, int nLine, const char* szUnit, UnitOperation* operation)
+{
+    return CForm([&] { return VESK_ARGUMENT_AT(szFile, nLine, nullptr != szUnit) && operation(szUnit); });
+}
+
+int CGroupForm(const char* szFile, int nLine, const VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed,
+               UnitsOperation* operation)
+{
+    return CForm([&] {
+        return VESK_ARGUMENT_AT(szFile, nLine, nullptr != pListUnits) &&
+               GroupForm(pListUnits, ppListFailed, operation);
+    });
 }
 
 bool TextCopy(const char* szFile, int nLine, const std::string& strText, char* szBuffer, size_t cbBuffer)

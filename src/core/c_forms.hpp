@@ -14,6 +14,9 @@
 namespace VESK::Systemd
 {
 
+/** An operation on one unit. */
+using UnitOperation = bool(const std::string& strUnit);
+
 /** An operation on a list of units that tells the units that failed. */
 using UnitsOperation = bool(const Texts& vecUnits, Texts& vecFailed);
 
@@ -72,11 +75,20 @@ bool ListForm(VLIBCSzList** ppList, Getter&& textsGet)
 bool GroupForm(const VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed,
                const std::function<UnitsOperation>& operation);
 
-/** The same for a family's list form, picked from its overloads by its type. */
-bool GroupForm(const VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed, UnitsOperation* operation);
+/*
+ * The forms of an operation, which is picked from its overloads by its type. The place is that of the exported
+ * function, for an argument that is refused.
+ */
 
-/** Runs `operation` on one unit, whose failure the result tells. */
-bool OneUnitForm(const std::string& strUnit, UnitsOperation* operation);
+/** The form for one unit, whose name ends at a zero byte, and whose failure the result tells. */
+bool OneUnitForm(const char* szFile, int nLine, const std::string& strName, UnitsOperation* operation);
+
+/** The C form for one unit. */
+int COneUnitForm(const char* szFile, int nLine, const char* szUnit, UnitOperation* operation);
+
+/** The C form for a list of units. */
+int CGroupForm(const char* szFile, int nLine, const VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed,
+               UnitsOperation* operation);
 
 /** Copies a text to a caller's buffer; sets the error at the place given when it does not fit. */
 bool TextCopy(const char* szFile, int nLine, const std::string& strText, char* szBuffer, size_t cbBuffer);

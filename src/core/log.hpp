@@ -19,8 +19,11 @@
     } while (false)
 
 /** Whether `condition`, one on the arguments of an operation, holds; logs and sets the error if not. */
-#define VESK_ARGUMENT(condition)                                                                             \
-    ((condition) || (::VESK::Systemd::InvalidArgument(VESK_HERE, #condition), false))
+#define VESK_ARGUMENT(condition) VESK_ARGUMENT_AT(__FILE_NAME__, __LINE__, condition)
+
+/** The same for those who check it on behalf of another place. */
+#define VESK_ARGUMENT_AT(file, line, condition)                                                              \
+    ((condition) || (::VESK::Systemd::InvalidArgument(file, line, #condition), false))
 
 /** The three arguments of "[0x%04X %s:%d]": the calling thread's error record. */
 #define VESK_PLATFORM_ERROR static_cast<unsigned int>(VLIBCErrGet()), VLIBCErrorGetFile(), VLIBCErrorGetLine()

@@ -8,6 +8,7 @@
 
 #include <veskcore.h>
 
+#include "core/c_forms.hpp"
 #include "core/log.hpp"
 
 namespace VESK::Systemd
@@ -34,6 +35,16 @@ Status StatusOf(const std::array<StatusWord<Status>, nWords>& words, const std::
     }
     VLIBCErrSetEx(ERR_UNEXPECTED, szFile, nLine);
     return kUnknownStatus<Status>;
+}
+
+/** The C form of a query of a unit's state. */
+template <typename Status>
+int CStatusForm(const char* szFile, int nLine, const char* szUnit, Status (*statusGet)(const std::string&))
+{
+    return CValueForm(-1, [&] {
+        return VESK_ARGUMENT_AT(szFile, nLine, nullptr != szUnit) ? statusGet(szUnit)
+                                                                  : kUnknownStatus<Status>;
+    });
 }
 
 } // namespace VESK::Systemd

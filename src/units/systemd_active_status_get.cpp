@@ -44,15 +44,10 @@ Status VESKSystemdActiveStatusGetSystem(const std::string& strUnit)
 
 int VESKCSystemdActiveStatusGet(const char* szUnit)
 {
-    return CValueForm(-1, [&] {
-        return VESK_ARGUMENT(nullptr != szUnit) ? VESKSystemdActiveStatusGet(szUnit) : kUnknownStatus<Status>;
-    });
+    return CStatusForm(VESK_HERE, szUnit, VESKSystemdActiveStatusGet);
 }
 
 int VESKCSystemdActiveStatusGetSystem(const char* szUnit)
 {
-    return CValueForm(-1, [&] {
-        return VESK_ARGUMENT(nullptr != szUnit) ? VESKSystemdActiveStatusGetSystem(szUnit)
-                                                : kUnknownStatus<Status>;
-    });
+    return CStatusForm(VESK_HERE, szUnit, VESKSystemdActiveStatusGetSystem);
 }

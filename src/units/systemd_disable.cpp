@@ -3,36 +3,28 @@
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
 #include "core/text.hpp"
-#include "units/unit_file_action.hpp"
+#include "units/unit_action.hpp"
 
 using namespace VESK::Systemd;
 
 namespace
 {
 
-const UnitAction kDisable = UnitFileAction({
+constexpr UnitAction kDisable{
+    ActionKind::UnitFiles,
     "disable",
-    [](const Texts& vecUnits) {
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] disabling ...", VESK_HERE, Joined(vecUnits).c_str());
-    },
-    [](const Texts& vecUnits) {
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] disabled.", VESK_HERE, Joined(vecUnits).c_str());
-    },
-    [](const Texts& vecFailed, int nExitCode, const Texts& vecLines) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] disable failed: ret=[%d], reason:\n%s", VESK_HERE,
-                 Joined(vecFailed).c_str(), nExitCode, Joined(vecLines, "").c_str());
-    },
-    [](const Texts& vecFailed) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] disable failed.", VESK_HERE, Joined(vecFailed).c_str());
-    },
-});
+    VESK_LINE("%s:%d vesksystemd: [%s] disabling ..."),
+    VESK_LINE("%s:%d vesksystemd: [%s] disabled."),
+    VESK_LINE("%s:%d vesksystemd: [%s] disable failed: ret=[%d], reason:\n%s"),
+    VESK_LINE("%s:%d vesksystemd: [%s] disable failed."),
+};
 
 } // namespace
 
 bool VESKSystemdDisableWithOptionsInternal(const Texts& vecOptions, const Texts& vecUnits, Texts& vecFailed,
                                            bool /*blUnused*/)
 {
-    return VESK_ARGUMENT(!vecUnits.empty()) && UnitActionRun(kDisable, vecOptions, vecUnits, vecFailed);
+    return UnitActionRun(kDisable, vecOptions, vecUnits, vecFailed);
 }
 
 bool VESKSystemdDisableWithOptions(const Texts& vecUnits, const CommandOptions& options, Texts& vecFailed)
@@ -49,18 +41,15 @@ bool VESKSystemdDisable(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdDisable(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdDisable);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdDisable);
 }
 
 int VESKCSystemdDisable(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdDisable(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdDisable);
 }
 
 int VESKCSystemdDisableGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) &&
-               GroupForm(pListUnits, ppListFailed, VESKSystemdDisable);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdDisable);
 }

@@ -12,18 +12,15 @@ bool VESKSystemdDisableInGenerator(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdDisableInGenerator(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdDisableInGenerator);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdDisableInGenerator);
 }
 
 int VESKCSystemdDisableInGenerator(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdDisableInGenerator(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdDisableInGenerator);
 }
 
 int VESKCSystemdDisableGroupInGenerator(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) &&
-               GroupForm(pListUnits, ppListFailed, VESKSystemdDisableInGenerator);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdDisableInGenerator);
 }

@@ -12,18 +12,15 @@ bool VESKSystemdEnableInGenerator(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdEnableInGenerator(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdEnableInGenerator);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdEnableInGenerator);
 }
 
 int VESKCSystemdEnableInGenerator(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdEnableInGenerator(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdEnableInGenerator);
 }
 
 int VESKCSystemdEnableGroupInGenerator(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) &&
-               GroupForm(pListUnits, ppListFailed, VESKSystemdEnableInGenerator);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdEnableInGenerator);
 }

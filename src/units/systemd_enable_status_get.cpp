@@ -64,15 +64,10 @@ Status VESKSystemdEnableStatusGetSystem(const std::string& strUnit)
 
 int VESKCSystemdEnableStatusGet(const char* szUnit)
 {
-    return CValueForm(-1, [&] {
-        return VESK_ARGUMENT(nullptr != szUnit) ? VESKSystemdEnableStatusGet(szUnit) : kUnknownStatus<Status>;
-    });
+    return CStatusForm(VESK_HERE, szUnit, VESKSystemdEnableStatusGet);
 }
 
 int VESKCSystemdEnableStatusGetSystem(const char* szUnit)
 {
-    return CValueForm(-1, [&] {
-        return VESK_ARGUMENT(nullptr != szUnit) ? VESKSystemdEnableStatusGetSystem(szUnit)
-                                                : kUnknownStatus<Status>;
-    });
+    return CStatusForm(VESK_HERE, szUnit, VESKSystemdEnableStatusGetSystem);
 }

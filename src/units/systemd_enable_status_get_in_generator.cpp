@@ -14,8 +14,5 @@ Status VESKSystemdEnableStatusGetInGenerator(const std::string& strUnit)
 
 int VESKCSystemdEnableStatusGetInGenerator(const char* szUnit)
 {
-    return CValueForm(-1, [&] {
-        return VESK_ARGUMENT(nullptr != szUnit) ? VESKSystemdEnableStatusGetInGenerator(szUnit)
-                                                : kUnknownStatus<Status>;
-    });
+    return CStatusForm(VESK_HERE, szUnit, VESKSystemdEnableStatusGetInGenerator);
 }

@@ -20,5 +20,5 @@ bool VESKSystemdIsJobEnqueued(const std::string& strUnit)
 
 int VESKCSystemdIsJobEnqueued(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdIsJobEnqueued(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdIsJobEnqueued);
 }

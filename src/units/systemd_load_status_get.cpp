@@ -32,7 +32,5 @@ Status VESKSystemdLoadStatusGet(const std::string& strUnit)
 
 int VESKCSystemdLoadStatusGet(const char* szUnit)
 {
-    return CValueForm(-1, [&] {
-        return VESK_ARGUMENT(nullptr != szUnit) ? VESKSystemdLoadStatusGet(szUnit) : kUnknownStatus<Status>;
-    });
+    return CStatusForm(VESK_HERE, szUnit, VESKSystemdLoadStatusGet);
 }

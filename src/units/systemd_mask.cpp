@@ -3,70 +3,55 @@
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
 #include "core/text.hpp"
-#include "units/mask_action.hpp"
+#include "units/unit_action.hpp"
 
 using namespace VESK::Systemd;
 
 namespace
 {
 
-const MaskAction kMask{
+constexpr UnitAction kMask{
+    ActionKind::Masks,
     "mask",
-    [](const Texts& vecUnits) {
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] masking ...", VESK_HERE, Joined(vecUnits).c_str());
-    },
-    [](int nExitCode, const Texts& vecLines) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: mask failed: ret=[%d], reason=[%s]", VESK_HERE, nExitCode,
-                 Joined(vecLines).c_str());
-    },
-    [](const Texts& vecUnits) {
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] masked.", VESK_HERE, Joined(vecUnits).c_str());
-    },
-    [](const Texts& vecFailed) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] mask failed.", VESK_HERE, Joined(vecFailed).c_str());
-    },
+    VESK_LINE("%s:%d vesksystemd: [%s] masking ..."),
+    VESK_LINE("%s:%d vesksystemd: [%s] masked."),
+    VESK_LINE("%s:%d vesksystemd: mask failed: ret=[%d], reason=[%s]"),
+    VESK_LINE("%s:%d vesksystemd: [%s] mask failed."),
 };
-
-bool Mask(const Texts& vecUnits, Texts& vecFailed, bool blRunTime)
-{
-    return VESK_ARGUMENT(!vecUnits.empty()) && MaskActionRun(kMask, blRunTime, vecUnits, vecFailed);
-}
 
 bool MaskUntilBoot(const Texts& vecUnits, Texts& vecFailed)
 {
-    return Mask(vecUnits, vecFailed, true);
+    return UnitActionRun(kMask, {"--runtime"}, vecUnits, vecFailed);
 }
 
 } // namespace
 
 bool VESKSystemdMask(const Texts& vecUnits, Texts& vecFailed)
 {
-    return Mask(vecUnits, vecFailed, false);
+    return UnitActionRun(kMask, {}, vecUnits, vecFailed);
 }
 
 bool VESKSystemdMask(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdMask);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdMask);
 }
 
 bool VESKSystemdMaskRunTime(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, MaskUntilBoot);
+    return OneUnitForm(VESK_HERE, strUnit, MaskUntilBoot);
 }
 
 int VESKCSystemdMask(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdMask(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdMask);
 }
 
 int VESKCSystemdMaskRunTime(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdMaskRunTime(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdMaskRunTime);
 }
 
 int VESKCSystemdMaskGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) && GroupForm(pListUnits, ppListFailed, VESKSystemdMask);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdMask);
 }

@@ -12,21 +12,13 @@ using namespace VESK::Systemd;
 namespace
 {
 
-const UnitAction kReload{
+constexpr UnitAction kReload{
+    ActionKind::Units,
     "reload",
-    [](const Texts& vecUnits) {
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] reloading ...", VESK_HERE, Joined(vecUnits).c_str());
-    },
-    [](const Texts& vecUnits) {
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] reloaded.", VESK_HERE, Joined(vecUnits).c_str());
-    },
-    [](const Texts& vecFailed, int nExitCode, const Texts& vecLines) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] reload failed: ret=[%d], reason:\n%s", VESK_HERE,
-                 Joined(vecFailed).c_str(), nExitCode, Joined(vecLines, "").c_str());
-    },
-    [](const Texts& vecFailed) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] reload failed.", VESK_HERE, Joined(vecFailed).c_str());
-    },
+    VESK_LINE("%s:%d vesksystemd: [%s] reloading ..."),
+    VESK_LINE("%s:%d vesksystemd: [%s] reloaded."),
+    VESK_LINE("%s:%d vesksystemd: [%s] reload failed: ret=[%d], reason:\n%s"),
+    VESK_LINE("%s:%d vesksystemd: [%s] reload failed."),
 };
 
 Texts WithNoBlock(Texts vecOptions)
@@ -41,8 +33,7 @@ Texts WithNoBlock(Texts vecOptions)
 
 bool VESKSystemdReloadWithOptions(const Texts& vecOptions, const Texts& vecUnits, Texts& vecFailed)
 {
-    return VESK_ARGUMENT(!vecUnits.empty()) &&
-           UnitActionRun(kReload, WithNoBlock(vecOptions), vecUnits, vecFailed);
+    return UnitActionRun(kReload, WithNoBlock(vecOptions), vecUnits, vecFailed);
 }
 
 bool VESKSystemdReload(const Texts& vecUnits, Texts& vecFailed)
@@ -52,17 +43,15 @@ bool VESKSystemdReload(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdReload(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdReload);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdReload);
 }
 
 int VESKCSystemdReload(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdReload(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdReload);
 }
 
 int VESKCSystemdReloadGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) && GroupForm(pListUnits, ppListFailed, VESKSystemdReload);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdReload);
 }

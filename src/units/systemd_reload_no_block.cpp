@@ -12,18 +12,15 @@ bool VESKSystemdReloadNoBlock(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdReloadNoBlock(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdReloadNoBlock);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdReloadNoBlock);
 }
 
 int VESKCSystemdReloadNoBlock(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdReloadNoBlock(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdReloadNoBlock);
 }
 
 int VESKCSystemdReloadGroupNoBlock(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) &&
-               GroupForm(pListUnits, ppListFailed, VESKSystemdReloadNoBlock);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdReloadNoBlock);
 }

@@ -10,32 +10,20 @@ using namespace VESK::Systemd;
 namespace
 {
 
-const UnitAction kReloadOrRestart{
+constexpr UnitAction kReloadOrRestart{
+    ActionKind::Units,
     "reload-or-restart",
-    [](const Texts& vecUnits) {
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] doing reload-or-restart ...", VESK_HERE,
-                 Joined(vecUnits).c_str());
-    },
-    [](const Texts& vecUnits) {
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] done reload-or-restart.", VESK_HERE,
-                 Joined(vecUnits).c_str());
-    },
-    [](const Texts& vecFailed, int nExitCode, const Texts& vecLines) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] reload-or-restart failed: ret=[%d], reason:\n%s",
-                 VESK_HERE, Joined(vecFailed).c_str(), nExitCode, Joined(vecLines, "").c_str());
-    },
-    [](const Texts& vecFailed) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] reload-or-restart failed.", VESK_HERE,
-                 Joined(vecFailed).c_str());
-    },
+    VESK_LINE("%s:%d vesksystemd: [%s] doing reload-or-restart ..."),
+    VESK_LINE("%s:%d vesksystemd: [%s] done reload-or-restart."),
+    VESK_LINE("%s:%d vesksystemd: [%s] reload-or-restart failed: ret=[%d], reason:\n%s"),
+    VESK_LINE("%s:%d vesksystemd: [%s] reload-or-restart failed."),
 };
 
 } // namespace
 
 bool VESKSystemdReloadOrRestartWithOptions(const Texts& vecOptions, const Texts& vecUnits, Texts& vecFailed)
 {
-    return VESK_ARGUMENT(!vecUnits.empty()) &&
-           UnitActionRun(kReloadOrRestart, vecOptions, vecUnits, vecFailed);
+    return UnitActionRun(kReloadOrRestart, vecOptions, vecUnits, vecFailed);
 }
 
 bool VESKSystemdReloadOrRestart(const Texts& vecUnits, Texts& vecFailed)
@@ -45,18 +33,15 @@ bool VESKSystemdReloadOrRestart(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdReloadOrRestart(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdReloadOrRestart);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdReloadOrRestart);
 }
 
 int VESKCSystemdReloadOrRestart(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdReloadOrRestart(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdReloadOrRestart);
 }
 
 int VESKCSystemdReloadOrRestartGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) &&
-               GroupForm(pListUnits, ppListFailed, VESKSystemdReloadOrRestart);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdReloadOrRestart);
 }

@@ -12,19 +12,15 @@ bool VESKSystemdReloadOrRestartNoBlock(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdReloadOrRestartNoBlock(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdReloadOrRestartNoBlock);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdReloadOrRestartNoBlock);
 }
 
 int VESKCSystemdReloadOrRestartNoBlock(const char* szUnit)
 {
-    return CForm(
-        [&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdReloadOrRestartNoBlock(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdReloadOrRestartNoBlock);
 }
 
 int VESKCSystemdReloadOrRestartGroupNoBlock(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) &&
-               GroupForm(pListUnits, ppListFailed, VESKSystemdReloadOrRestartNoBlock);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdReloadOrRestartNoBlock);
 }

@@ -9,29 +9,15 @@ using namespace VESK::Systemd;
 namespace
 {
 
-const UnitAction kResetFailed{
-    "reset-failed",
-    [](const Texts& vecUnits) {
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] doing reset-failed ...", VESK_HERE,
-                 Joined(vecUnits).c_str());
-    },
-    [](const Texts& vecUnits) {
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] reset-failed done.", VESK_HERE, Joined(vecUnits).c_str());
-    },
-    [](const Texts& vecFailed, int nExitCode, const Texts& vecLines) {
-        VESK_LOG(LOG_ERR,
-                 "%s:%d vesksystemd: [%s] is unabled to reset-failed, skipped: ret=[%d], reason:\n%s",
-                 VESK_HERE, Joined(vecFailed).c_str(), nExitCode, Joined(vecLines, "").c_str());
-    },
-    [](const Texts& vecFailed) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] failed to reset-failed.", VESK_HERE,
-                 Joined(vecFailed).c_str());
-    },
-};
+constexpr UnitAction kResetFailed(
+    ActionKind::Units, "reset-failed", VESK_LINE("%s:%d vesksystemd: [%s] doing reset-failed ..."),
+    VESK_LINE("%s:%d vesksystemd: [%s] reset-failed done."),
+    VESK_LINE("%s:%d vesksystemd: [%s] is unabled to reset-failed, skipped: ret=[%d], reason:\n%s"),
+    VESK_LINE("%s:%d vesksystemd: [%s] failed to reset-failed."));
 
 } // namespace
 
 bool VESKSystemdResetFailed(const Texts& vecUnits, Texts& vecFailed)
 {
-    return VESK_ARGUMENT(!vecUnits.empty()) && UnitActionRun(kResetFailed, {}, vecUnits, vecFailed);
+    return UnitActionRun(kResetFailed, {}, vecUnits, vecFailed);
 }

@@ -10,40 +10,29 @@ using namespace VESK::Systemd;
 namespace
 {
 
-/** Restart and try-restart, which differ in one word of each line. */
-template <bool blTry>
-constexpr UnitAction RestartAction()
-{
-    return {
-        blTry ? "try-restart" : "restart",
-        [](const Texts& vecUnits) {
-            VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] %s ...", VESK_HERE, Joined(vecUnits).c_str(),
-                     blTry ? "try-restarting" : "restarting");
-        },
-        [](const Texts& vecUnits) {
-            VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] %s.", VESK_HERE, Joined(vecUnits).c_str(),
-                     blTry ? "try-restarted" : "restarted");
-        },
-        [](const Texts& vecFailed, int nExitCode, const Texts& vecLines) {
-            VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] %s failed: ret=[%d], reason:\n%s", VESK_HERE,
-                     Joined(vecFailed).c_str(), blTry ? "try-restart" : "restart", nExitCode,
-                     Joined(vecLines, "").c_str());
-        },
-        [](const Texts& vecFailed) {
-            VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] %s failed.", VESK_HERE, Joined(vecFailed).c_str(),
-                     blTry ? "try-restart" : "restart");
-        },
-    };
-}
+constexpr UnitAction kRestart{
+    ActionKind::Units,
+    "restart",
+    VESK_LINE("%s:%d vesksystemd: [%s] restarting ..."),
+    VESK_LINE("%s:%d vesksystemd: [%s] restarted."),
+    VESK_LINE("%s:%d vesksystemd: [%s] restart failed: ret=[%d], reason:\n%s"),
+    VESK_LINE("%s:%d vesksystemd: [%s] restart failed."),
+};
 
-const UnitAction kRestart = RestartAction<false>();
-const UnitAction kTryRestart = RestartAction<true>();
+constexpr UnitAction kTryRestart{
+    ActionKind::Units,
+    "try-restart",
+    VESK_LINE("%s:%d vesksystemd: [%s] try-restarting ..."),
+    VESK_LINE("%s:%d vesksystemd: [%s] try-restarted."),
+    VESK_LINE("%s:%d vesksystemd: [%s] try-restart failed: ret=[%d], reason:\n%s"),
+    VESK_LINE("%s:%d vesksystemd: [%s] try-restart failed."),
+};
 
 } // namespace
 
 bool VESKSystemdRestartWithOptions(const Texts& vecOptions, const Texts& vecUnits, Texts& vecFailed)
 {
-    return VESK_ARGUMENT(!vecUnits.empty()) && UnitActionRun(kRestart, vecOptions, vecUnits, vecFailed);
+    return UnitActionRun(kRestart, vecOptions, vecUnits, vecFailed);
 }
 
 bool VESKSystemdRestart(const Texts& vecUnits, Texts& vecFailed)
@@ -53,25 +42,22 @@ bool VESKSystemdRestart(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdRestart(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdRestart);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdRestart);
 }
 
 int VESKCSystemdRestart(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdRestart(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdRestart);
 }
 
 int VESKCSystemdRestartGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) &&
-               GroupForm(pListUnits, ppListFailed, VESKSystemdRestart);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdRestart);
 }
 
 bool VESKSystemdTryRestartWithOptions(const Texts& vecOptions, const Texts& vecUnits, Texts& vecFailed)
 {
-    return VESK_ARGUMENT(!vecUnits.empty()) && UnitActionRun(kTryRestart, vecOptions, vecUnits, vecFailed);
+    return UnitActionRun(kTryRestart, vecOptions, vecUnits, vecFailed);
 }
 
 bool VESKSystemdTryRestart(const Texts& vecUnits, Texts& vecFailed)
@@ -81,18 +67,15 @@ bool VESKSystemdTryRestart(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdTryRestart(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdTryRestart);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdTryRestart);
 }
 
 int VESKCSystemdTryRestart(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdTryRestart(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdTryRestart);
 }
 
 int VESKCSystemdTryRestartGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) &&
-               GroupForm(pListUnits, ppListFailed, VESKSystemdTryRestart);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdTryRestart);
 }

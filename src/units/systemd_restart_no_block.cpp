@@ -12,20 +12,17 @@ bool VESKSystemdRestartNoBlock(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdRestartNoBlock(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdRestartNoBlock);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdRestartNoBlock);
 }
 
 int VESKCSystemdRestartNoBlock(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdRestartNoBlock(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdRestartNoBlock);
 }
 
 int VESKCSystemdRestartGroupNoBlock(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) &&
-               GroupForm(pListUnits, ppListFailed, VESKSystemdRestartNoBlock);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdRestartNoBlock);
 }
 
 bool VESKSystemdTryRestartNoBlock(const Texts& vecUnits, Texts& vecFailed)
@@ -35,18 +32,15 @@ bool VESKSystemdTryRestartNoBlock(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdTryRestartNoBlock(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdTryRestartNoBlock);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdTryRestartNoBlock);
 }
 
 int VESKCSystemdTryRestartNoBlock(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdTryRestartNoBlock(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdTryRestartNoBlock);
 }
 
 int VESKCSystemdTryRestartGroupNoBlock(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) &&
-               GroupForm(pListUnits, ppListFailed, VESKSystemdTryRestartNoBlock);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdTryRestartNoBlock);
 }

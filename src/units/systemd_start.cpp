@@ -2,6 +2,7 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/text.hpp"
 #include "units/unit_action.hpp"
 
@@ -12,29 +13,21 @@ namespace
 
 constexpr int kStartAction = 1;
 
-const UnitAction kStart{
+constexpr UnitAction kStart{
+    ActionKind::Units,
     "start",
-    [](const Texts& vecUnits) {
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] starting ...", VESK_HERE, Joined(vecUnits).c_str());
-    },
-    [](const Texts& vecUnits) {
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] started.", VESK_HERE, Joined(vecUnits).c_str());
-    },
-    [](const Texts& vecFailed, int nExitCode, const Texts& vecLines) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] start failed: ret=[%d], reason:\n%s", VESK_HERE,
-                 Joined(vecFailed).c_str(), nExitCode, Joined(vecLines, "").c_str());
-    },
-    [](const Texts& vecFailed) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] start failed.", VESK_HERE, Joined(vecFailed).c_str());
-    },
+    VESK_LINE("%s:%d vesksystemd: [%s] starting ..."),
+    VESK_LINE("%s:%d vesksystemd: [%s] started."),
+    VESK_LINE("%s:%d vesksystemd: [%s] start failed: ret=[%d], reason:\n%s"),
+    VESK_LINE("%s:%d vesksystemd: [%s] start failed."),
 };
 
 } // namespace
 
-bool VESKSystemdStartWithOptions(const Texts& vecOptions, const Texts& vecUnits, Texts& vecFailed)
+bool VESKSystemdStartWithOptions(const Texts& vecOptions, const Texts& vecGivenUnits, Texts& vecFailed)
 {
-    const bool blResult =
-        VESK_ARGUMENT(!vecUnits.empty()) && UnitActionRun(kStart, vecOptions, vecUnits, vecFailed);
+    const Texts vecUnits = NamesGet(vecGivenUnits);
+    const bool blResult = UnitActionRun(kStart, vecOptions, vecUnits, vecFailed);
     VESKSystemdLogAction(kStartAction, blResult, vecUnits, vecFailed);
     return blResult;
 }
@@ -46,7 +39,7 @@ bool VESKSystemdStart(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdStart(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdStart);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdStart);
 }
 
 bool VESKSystemdStartIrreversibly(const std::string& strUnit)
@@ -58,17 +51,15 @@ bool VESKSystemdStartIrreversibly(const std::string& strUnit)
 
 int VESKCSystemdStart(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdStart(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdStart);
 }
 
 int VESKCSystemdStartGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) && GroupForm(pListUnits, ppListFailed, VESKSystemdStart);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdStart);
 }
 
 int VESKCSystemdStartIrreversibly(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdStartIrreversibly(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdStartIrreversibly);
 }

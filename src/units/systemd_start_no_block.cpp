@@ -12,18 +12,15 @@ bool VESKSystemdStartNoBlock(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdStartNoBlock(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdStartNoBlock);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdStartNoBlock);
 }
 
 int VESKCSystemdStartNoBlock(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdStartNoBlock(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdStartNoBlock);
 }
 
 int VESKCSystemdStartGroupNoBlock(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) &&
-               GroupForm(pListUnits, ppListFailed, VESKSystemdStartNoBlock);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdStartNoBlock);
 }

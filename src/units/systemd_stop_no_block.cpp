@@ -12,18 +12,15 @@ bool VESKSystemdStopNoBlock(const Texts& vecUnits, Texts& vecFailed)
 
 bool VESKSystemdStopNoBlock(const std::string& strUnit)
 {
-    return VESK_ARGUMENT(!strUnit.empty()) && OneUnitForm(strUnit, VESKSystemdStopNoBlock);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdStopNoBlock);
 }
 
 int VESKCSystemdStopNoBlock(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdStopNoBlock(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdStopNoBlock);
 }
 
 int VESKCSystemdStopGroupNoBlock(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) &&
-               GroupForm(pListUnits, ppListFailed, VESKSystemdStopNoBlock);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdStopNoBlock);
 }

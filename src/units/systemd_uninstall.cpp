@@ -239,18 +239,15 @@ bool VESKSystemdUninstall(const Texts& vecGivenUnits, Texts& vecFailed)
 
 bool VESKSystemdUninstall(const std::string& strUnit)
 {
-    return VESK_ARGUMENT_NAME(strUnit) && OneUnitForm(strUnit, VESKSystemdUninstall);
+    return OneUnitForm(VESK_HERE, strUnit, VESKSystemdUninstall);
 }
 
 int VESKCSystemdUninstall(const char* szUnit)
 {
-    return CForm([&] { return VESK_ARGUMENT(nullptr != szUnit) && VESKSystemdUninstall(szUnit); });
+    return COneUnitForm(VESK_HERE, szUnit, VESKSystemdUninstall);
 }
 
 int VESKCSystemdUninstallGroup(VLIBCSzList* pListUnits, VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != pListUnits) &&
-               GroupForm(pListUnits, ppListFailed, VESKSystemdUninstall);
-    });
+    return CGroupForm(VESK_HERE, pListUnits, ppListFailed, VESKSystemdUninstall);
 }

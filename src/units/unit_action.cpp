@@ -3,6 +3,7 @@
 #include "vesksystemd.hpp"
 
 #include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/systemctl.hpp"
 
 namespace VESK::Systemd
@@ -12,7 +13,7 @@ namespace
 
 /** Logs a text of a row, which was checked against its arguments when the row was compiled. */
 template <typename... Arguments>
-void LogRow(int nLevel, const LogText& text, Arguments... arguments)
+void LogRow(int nLevel, const LogLine& text, Arguments... arguments)
 {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
@@ -20,7 +21,7 @@ void LogRow(int nLevel, const LogText& text, Arguments... arguments)
 #pragma GCC diagnostic pop
 }
 
-void LogUnits(int nLevel, const LogText& text, const Texts& vecUnits)
+void LogUnits(int nLevel, const LogLine& text, const Texts& vecUnits)
 {
     if (LogEnabled(nLevel)) {
         LogRow(nLevel, text, Joined(vecUnits).c_str());
@@ -90,9 +91,11 @@ bool MasksEnd(const UnitAction& action, bool blMasked, const Texts& vecUnits, Te
 
 } // namespace
 
-bool UnitActionRun(const UnitAction& action, const Texts& vecOptions, const Texts& vecUnits, Texts& vecFailed)
+bool UnitActionRun(const UnitAction& action, const Texts& vecOptions, const Texts& vecGivenUnits,
+                   Texts& vecFailed)
 {
-    if (!VESK_ARGUMENT_AT(!vecUnits.empty(), action.begin.szFile, action.begin.nLine)) {
+    const Texts vecUnits = NamesGet(vecGivenUnits);
+    if (!VESK_ARGUMENT_AT(action.begin.szFile, action.begin.nLine, !vecUnits.empty())) {
         return false;
     }
     LogUnits(LOG_INFO, action.begin, vecUnits);

@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "core/text.hpp"
-#include "units/log_text.hpp"
+#include "units/log_line.hpp"
 
 namespace VESK::Systemd
 {
@@ -22,14 +22,14 @@ enum class ActionKind {
 /** One family of actions: its kind, its verb and its words in the log. */
 struct UnitAction {
     /** What the texts take is checked where a row is compiled, so a row has to be constexpr. */
-    constexpr UnitAction(ActionKind ownKind, const char* szOwnVerb, LogText ownBegin, LogText ownDone,
-                         LogText ownRefused, LogText ownFailed)
-        : kind(ownKind)
-        , szVerb(szOwnVerb)
-        , begin(ownBegin.Taking("s"))
-        , done(ownDone.Taking("s"))
-        , refused(ownRefused.Taking(ownKind == ActionKind::Masks ? "ds" : "sds"))
-        , failed(ownFailed.Taking("s"))
+    constexpr UnitAction(ActionKind actionKind, const char* szActionVerb, LogLine beginLine, LogLine doneLine,
+                         LogLine refusedLine, LogLine failedLine)
+        : kind(actionKind)
+        , szVerb(szActionVerb)
+        , begin(beginLine.Taking("s"))
+        , done(doneLine.Taking("s"))
+        , refused(refusedLine.Taking(actionKind == ActionKind::Masks ? "ds" : "sds"))
+        , failed(failedLine.Taking("s"))
     {
     }
 
@@ -37,13 +37,13 @@ struct UnitAction {
     const char* szVerb;
 
     /** With the units. */
-    LogText begin;
+    LogLine begin;
     /** With the units. */
-    LogText done;
+    LogLine done;
     /** With the failed units (not for masks), the exit code and what systemctl printed. */
-    LogText refused;
+    LogLine refused;
     /** With the failed units; for masks the outcome, for others that systemctl could not be run. */
-    LogText failed;
+    LogLine failed;
 };
 
 /** Runs the action; appends the units that failed. An empty list of units is an invalid argument. */

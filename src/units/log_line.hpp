@@ -6,7 +6,7 @@
 #include "core/log.hpp"
 
 /** A text of the log for a row: the whole format, which begins with "%s:%d ", and the place where it stands. */
-#define VESK_TEXT(format) (::VESK::Systemd::LogText{format, VESK_HERE})
+#define VESK_LINE(format) (::VESK::Systemd::LogLine{format, VESK_HERE})
 
 namespace VESK::Systemd
 {
@@ -33,13 +33,13 @@ constexpr bool FormatTakes(std::string_view svFormat, std::string_view svArgumen
     return svFormat.find('%') == std::string_view::npos;
 }
 
-struct LogText {
+struct LogLine {
     const char* szFormat;
     const char* szFile;
     int nLine;
 
     /** The text itself; does not compile where a constant is made, and throws elsewhere, when it takes others. */
-    constexpr LogText Taking(std::string_view svArguments) const
+    constexpr LogLine Taking(std::string_view svArguments) const
     {
         return FormatTakes(szFormat, svArguments) ? *this
                                                   : throw std::logic_error("a format with other arguments");
