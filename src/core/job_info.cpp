@@ -1,10 +1,7 @@
 #include "vesksystemd.hpp"
 
 #include <boost/bimap.hpp>
-#include <boost/format.hpp>
-#include <locale>
-
-#include "core/log.hpp"
+#include <initializer_list>
 
 namespace VESK::Systemd
 {
@@ -58,19 +55,6 @@ bool JobStringMap::StateToString(JobState state, std::string& strWord)
 bool JobStringMap::StringToState(const std::string& strWord, JobState& state)
 {
     return Lookup(kStates.right, strWord, state);
-}
-
-std::string JobInfo::ToString() const
-{
-    std::string strType;
-    std::string strState;
-    if (!JobStringMap::TypeToString(type, strType) || !JobStringMap::StateToString(state, strState)) {
-        VESK_LOG(LOG_ERR, "%s:%d Failed to convert to string", VESK_HERE);
-        return {};
-    }
-    // The program's locale may group digits.
-    boost::format text("%1% %2% %3% %4%", std::locale::classic());
-    return (text % id % unit % strType % strState).str();
 }
 
 } // namespace VESK::Systemd

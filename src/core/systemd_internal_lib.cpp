@@ -3,23 +3,27 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
+#include <cstdio>
+#include <locale>
 #include <optional>
-#include <regex.h>
 #include <stdexcept>
 #include <unistd.h>
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
+#include <boost/format.hpp>
 
 #include "core/directory.hpp"
+#include "core/error_record_keeper.hpp"
 #include "core/glob_result.hpp"
+#include "core/key_table.hpp"
 #include "core/log.hpp"
 #include "core/names.hpp"
 #include "core/paths.hpp"
+#include "core/pattern.hpp"
 #include "core/reason_folder.hpp"
 #include "core/text.hpp"
-#include "core/unit_types.hpp"
+#include "core/unit_names.hpp"
 
 using namespace VESK::Systemd;
 
@@ -37,54 +41,12 @@ constexpr std::array<const char*, 4> kUnitDirectories{
 
 constexpr const char* kXVeskline = "X-Veskline";
 
-/** Made when the library is loaded, so that a caller's static objects may use it up to their end. */
-const std::set<std::string> kUnitTypes{
-    "service", "socket", "device", "mount", "automount", "swap", "target", "path", "timer", "slice", "scope",
-};
-
 /** What systemctl says of a unit that failed; group 1 is the unit. */
 constexpr std::array<const char*, 4> kFailurePatterns{
     "Failed to [^:]+ ([^: ]+)",
     "Job for (.+) failed.",
     "Job for (.+) canceled.",
     "A dependency job for (.+) failed.",
-};
-
-/** A compiled POSIX extended regular expression. */
-class Pattern
-{
-public:
-    explicit Pattern(const char* szPattern)
-        : m_nError(regcomp(&m_regex, szPattern, REG_EXTENDED))
-    {
-    }
-    ~Pattern()
-    {
-        if (m_nError == 0) {
-            regfree(&m_regex);
-        }
-    }
-    Pattern(const Pattern&) = delete;
-    Pattern& operator=(const Pattern&) = delete;
-
-    /** 0, or why it could not be compiled. */
-    int Error() const { return m_nError; }
-
-    int Execute(const std::string& strLine, std::array<regmatch_t, 2>& matches) const
-    {
-        return regexec(&m_regex, strLine.c_str(), matches.size(), matches.data(), 0);
-    }
-
-    std::array<char, 1024> ErrorText(int nError) const
-    {
-        std::array<char, 1024> text{};
-        regerror(nError, &m_regex, text.data(), text.size());
-        return text;
-    }
-
-private:
-    regex_t m_regex{};
-    int m_nError;
 };
 
 std::optional<std::string> FirstGroup(const char* szPattern, const std::string& strLine)
@@ -149,26 +111,6 @@ void LogEvent(int nCode, const Texts& vecUnits)
     }
 }
 
-/** Puts the calling thread's error record back as it was. */
-class ErrorRecordKeeper
-{
-public:
-    ErrorRecordKeeper()
-        : m_nCode(VLIBCErrGet())
-        , m_strFile(VLIBCErrorGetFile())
-        , m_nLine(VLIBCErrorGetLine())
-    {
-    }
-    ~ErrorRecordKeeper() { VLIBCErrSetEx(m_nCode, m_strFile.c_str(), m_nLine); }
-    ErrorRecordKeeper(const ErrorRecordKeeper&) = delete;
-    ErrorRecordKeeper& operator=(const ErrorRecordKeeper&) = delete;
-
-private:
-    int m_nCode;
-    std::string m_strFile;
-    int m_nLine;
-};
-
 std::string EnableStatusChangedMark(const std::string& strName)
 {
     return kEnableStatusChangedDirectory + NormalizedUnitNameGet(strName);
@@ -182,42 +124,6 @@ uint32_t JobIdOf(const std::string& strField)
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Bad job ID: [%s]", VESK_HERE, strField.c_str());
         return 0;
     }
-}
-
-/** The platform's table of strings. */
-class KeyTable
-{
-public:
-    KeyTable()
-        : m_pHash(VLIBCSzHashAlloc(1024))
-    {
-    }
-    ~KeyTable() { VLIBCSzHashFree(m_pHash); }
-    KeyTable(const KeyTable&) = delete;
-    KeyTable& operator=(const KeyTable&) = delete;
-
-    VLIBCSzHash* Get() const { return m_pHash; }
-
-    bool Set(const std::string& strKey, const std::string& strValue)
-    {
-        return VLIBCSzHashSetValue(&m_pHash, strKey.c_str(), strValue.c_str()) >= 0;
-    }
-
-private:
-    VLIBCSzHash* m_pHash;
-};
-
-/** The template's name for an instance of a template, the name itself for any other unit. */
-std::string TemplateNameGet(const std::string& strText)
-{
-    const std::string strUnit = BeforeZero(strText);
-    const size_t nAt = strUnit.find('@');
-    if (nAt == std::string::npos) {
-        return strUnit;
-    }
-    const std::string strTemplate = strUnit.substr(0, nAt + 1);
-    const std::string strType = UnitTypeGet(strUnit);
-    return UnitTypes().count(strType) != 0 ? strTemplate + "." + strType : strTemplate;
 }
 
 /** Removes one reason of one service; one that is not there counts as removed. */
@@ -240,30 +146,6 @@ bool ReasonUnlink(const std::string& strReason, const std::string& strService)
 }
 
 } // namespace
-
-const std::set<std::string>& UnitTypes()
-{
-    return kUnitTypes;
-}
-
-std::string NormalizedUnitNameGet(const std::string& strText)
-{
-    const std::string strName = BeforeZero(strText);
-    return UnitTypes().count(UnitTypeGet(strName)) != 0 ? strName : strName + ".service";
-}
-
-std::string UnitTypeGet(const std::string& strText)
-{
-    const std::string strName = BeforeZero(strText);
-    const size_t nDot = strName.rfind('.');
-    return nDot == std::string::npos ? std::string() : strName.substr(nDot + 1);
-}
-
-std::string UnitNameWithoutFileExtensionGet(const std::string& strText)
-{
-    const std::string strName = BeforeZero(strText);
-    return strName.substr(0, strName.rfind('.'));
-}
 
 std::string UnitPathGet(const std::string& strName)
 {
@@ -357,6 +239,19 @@ bool JobInfoParse(const std::string& strLine, JobInfo& info)
     JobStringMap::StringToType(vecFields[2], info.type);
     JobStringMap::StringToState(vecFields[3], info.state);
     return true;
+}
+
+std::string JobInfo::ToString() const
+{
+    std::string strType;
+    std::string strState;
+    if (!JobStringMap::TypeToString(type, strType) || !JobStringMap::StateToString(state, strState)) {
+        VESK_LOG(LOG_ERR, "%s:%d Failed to convert to string", VESK_HERE);
+        return {};
+    }
+    // The program's locale may group digits.
+    boost::format text("%1% %2% %3% %4%", std::locale::classic());
+    return (text % id % unit % strType % strState).str();
 }
 
 std::string UnitSectionKeyGet(const std::string& strUnit, const std::string& strSection,

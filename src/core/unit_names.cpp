@@ -2,6 +2,8 @@
 
 #include "vesksystemd.hpp"
 
+#include "core/text.hpp"
+
 namespace VESK::Systemd
 {
 namespace
@@ -19,24 +21,28 @@ const std::set<std::string>& UnitTypes()
     return kUnitTypes;
 }
 
-std::string NormalizedUnitNameGet(const std::string& strName)
+std::string NormalizedUnitNameGet(const std::string& strText)
 {
+    const std::string strName = BeforeZero(strText);
     return UnitTypes().count(UnitTypeGet(strName)) != 0 ? strName : strName + ".service";
 }
 
-std::string UnitTypeGet(const std::string& strName)
+std::string UnitTypeGet(const std::string& strText)
 {
+    const std::string strName = BeforeZero(strText);
     const size_t nDot = strName.rfind('.');
     return nDot == std::string::npos ? std::string() : strName.substr(nDot + 1);
 }
 
-std::string UnitNameWithoutFileExtensionGet(const std::string& strName)
+std::string UnitNameWithoutFileExtensionGet(const std::string& strText)
 {
+    const std::string strName = BeforeZero(strText);
     return strName.substr(0, strName.rfind('.'));
 }
 
-std::string TemplateNameGet(const std::string& strUnit)
+std::string TemplateNameGet(const std::string& strText)
 {
+    const std::string strUnit = BeforeZero(strText);
     const size_t nAt = strUnit.find('@');
     if (nAt == std::string::npos) {
         return strUnit;

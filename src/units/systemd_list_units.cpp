@@ -3,7 +3,7 @@
 #include "core/log.hpp"
 #include "core/systemctl.hpp"
 #include "core/text.hpp"
-#include "core/unit_types.hpp"
+#include "core/unit_names.hpp"
 
 using namespace VESK::Systemd;
 

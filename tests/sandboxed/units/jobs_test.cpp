@@ -173,7 +173,7 @@ TEST_F(JobQueue, LogsAValueThatHasNoWord)
     info.type = JobType::Start;
     info.state = static_cast<JobState>(-1);
     EXPECT_EQ(info.ToString(), "");
-    const auto line = Error("job_info.cpp", "Failed to convert to string");
+    const auto line = Error("systemd_internal_lib.cpp", "Failed to convert to string");
     EXPECT_THAT(m_log.Take(), ElementsAre(line, line));
 }
 
