@@ -23,12 +23,14 @@ struct Request {
 
 /** What came of it. */
 struct Answer {
-    /** False when systemctl could not be run, or was not to be run for a job that is queued. */
+    /** False when systemctl could not be run or not be heard out, or was not to be run for a job that is queued. */
     bool blGiven = false;
     /** 0 for a systemctl that a signal ended. */
     int nExitCode = 0;
     /** What it printed to both its outputs, line by line, each with its line feed. */
     Texts vecLines;
+    /** A signal ended it. */
+    bool blKilled = false;
 
     bool IsSuccess() const { return blGiven && nExitCode == 0; }
 };

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <exception>
 #include <optional>
+#include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
 
@@ -13,6 +14,7 @@
 #include "core/log.hpp"
 #include "core/names.hpp"
 #include "core/systemctl.hpp"
+#include "core/systemctl_dialect.hpp"
 #include "core/systemctl_policy.hpp"
 #include "core/text.hpp"
 
@@ -49,23 +51,32 @@ std::string CommandLine(const Request& request)
     return Joined(CommandOf(request), " ");
 }
 
-/** Runs systemctl to its end. */
-Answer Run(const Request& request)
+/** Reads all that is printed; false when that failed, so that no part is taken for the whole. */
+bool LinesRead(FILE* pStream, Texts& vecLines)
 {
+    LineReader reader(pStream);
+    for (std::string strLine; reader.Next(strLine);) {
+        vecLines.push_back(std::move(strLine));
+    }
+    return !reader.Failed();
+}
+
+/** Runs systemctl to its end. */
+Answer Run(const Request& given)
+{
+    const Request request = RequestInDialect(given);
     ChildStream child(kSystemctl, "rB", CommandOf(request));
-    if (child.Get() == nullptr) {
+    Answer answer;
+    if (child.Get() == nullptr || !LinesRead(child.Get(), answer.vecLines)) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: fail to execute [%s].", VESK_HERE,
                  CommandLine(request).c_str());
         return {};
     }
-    Answer answer;
-    LineReader reader(child.Get());
-    for (std::string strLine; reader.Next(strLine);) {
-        answer.vecLines.push_back(std::move(strLine));
-    }
-    answer.nExitCode = (child.Close() >> 8) & 0xFF;
+    const int nStatus = child.Close();
+    answer.nExitCode = (nStatus >> 8) & 0xFF;
+    answer.blKilled = WIFSIGNALED(nStatus);
     answer.blGiven = true;
-    return answer;
+    return AnswerInDialect(request, std::move(answer));
 }
 
 Answer RunMeasured(const Request& request)

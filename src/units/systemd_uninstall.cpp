@@ -13,6 +13,7 @@
 #include "core/paths.hpp"
 #include "core/reason_folder.hpp"
 #include "core/systemctl.hpp"
+#include "core/systemctl_dialect.hpp"
 #include "core/text.hpp"
 
 using namespace VESK::Systemd;
@@ -31,6 +32,12 @@ void Step(const char* szStep, const char* szVerb, const Texts& vecOptions, const
     }
 }
 
+void Disable(const Texts& vecUnits)
+{
+    Step("disable", "disable", {"--root=/."}, vecUnits);
+    Step("disable runtime", "disable", {"--root=/.", "--runtime"}, vecUnits);
+}
+
 Texts MaskedUnits(const Texts& vecUnits)
 {
     Texts vecMasked;
@@ -46,12 +53,14 @@ Texts MaskedUnits(const Texts& vecUnits)
 void TakeOutOfService(const Texts& vecUnits)
 {
     Step("stop", "stop", {}, vecUnits);
-    Step("disable", "disable", {"--root=/."}, vecUnits);
-    Step("disable runtime", "disable", {"--root=/.", "--runtime"}, vecUnits);
+    Disable(vecUnits);
     const Texts vecMasked = MaskedUnits(vecUnits);
     if (!vecMasked.empty()) {
         Step("unmask", "unmask", {"--root=/."}, vecMasked);
         Step("unmask runtime", "unmask", {"--root=/.", "--runtime"}, vecMasked);
+        if (DisablePassesOverMasked()) {
+            Disable(vecMasked);
+        }
     }
 }
 
