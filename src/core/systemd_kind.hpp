@@ -10,6 +10,6 @@ enum class SystemdKind {
 };
 
 /** The one that this library was built for, which only those ask that hide the difference from all others. */
-constexpr SystemdKind kSystemdBuilt = VESK_SYSTEMD_CURRENT ? SystemdKind::Current : SystemdKind::Platform;
+extern const SystemdKind kSystemdBuilt;
 
 } // namespace VESK::Systemd
