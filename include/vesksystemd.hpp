@@ -441,8 +441,9 @@ VESK_API bool MoveToCgroupSlice(const std::string& strSlice, const std::string& 
  * a reload does not wait for one. "try-restart" and "reload" pass over units that have a stop job queued;
  * when none is left nothing is run and the callback gets exit code 0 and no lines.
  *
- * Throws std::exception when the call is refused or the child cannot be started, std::bad_function_call when
- * the callback is empty, and what the callback throws. Blocks until the child has ended.
+ * Throws std::exception when the call is refused, the child cannot be started or what it prints cannot be read
+ * to its end, std::bad_function_call when the callback is empty, and what the callback throws. Blocks until the
+ * child has ended.
  */
 VESK_API bool
 VESKSystemdSystemctlUltron(const std::string& strVerb, const VESK::Systemd::SystemctlOpts& opts,

@@ -3,6 +3,8 @@
 #include <syslog.h>
 
 #include "boot_step.hpp"
+#include "c_library_faults.hpp"
+#include "holdings.hpp"
 #include "runner_call.hpp"
 #include "syslog_capture.hpp"
 #include "systemctl_script.hpp"
@@ -55,6 +57,28 @@ TEST_F(RunnerOutput, KeepsEveryByte)
     }
     systemctl.OnAny().Stdout(bytes);
     EXPECT_THAT(RunSystemctl("show", {}).lines, ElementsAre(bytes.substr(0, 11), bytes.substr(11)));
+}
+
+TEST_F(RunnerOutput, IsNoneWhenItCannotBeReadToItsEnd)
+{
+    systemctl.OnAny().Stdout("one\n");
+    const CLibraryFault fault(CLibraryFault::Getdelim);
+    const Holdings before = Holdings::Now();
+    const RunnerCall call = RunSystemctl("show", {"a"});
+    EXPECT_TRUE(call.refused);
+    EXPECT_EQ(call.callbacks, 0);
+    EXPECT_EQ(Holdings::Now(), before);
+    EXPECT_THAT(log.Take(),
+                ElementsAre(Error(kRunnerFile, "vesksystemd: fail to execute [/usr/bin/systemctl show a].")));
+}
+
+TEST_F(RunnerOutput, FailsAnActionWhenItCannotBeReadToItsEnd)
+{
+    systemctl.OnAny();
+    const CLibraryFault fault(CLibraryFault::Getdelim);
+    Words failed;
+    EXPECT_FALSE(VESKSystemdStart(Words{"a", "b"}, failed));
+    EXPECT_THAT(failed, ElementsAre("a", "b"));
 }
 
 TEST_F(RunnerOutput, KeepsZeroBytesAtTheEndOfLines)
