@@ -101,6 +101,8 @@ set(timeout [[${TEST_TIMEOUT}]])
 set(folder [[${CMAKE_CURRENT_BINARY_DIR}]])
 set(tests [[${tests}]])
 ")
+    # Listed anew when only the settings have changed, too.
+    set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${settings} ${VESK_TEST_CMAKE_DIR}/VeskListTests.cmake)
     add_custom_command(TARGET ${target} POST_BUILD
         COMMAND ${CMAKE_COMMAND} -D SETTINGS=${settings} -P ${VESK_TEST_CMAKE_DIR}/VeskListTests.cmake
         BYPRODUCTS ${tests} VERBATIM)
