@@ -255,7 +255,7 @@ TEST_F(PlacementOnCurrent, TheListHasSystemdsSlices)
                 ::testing::IsSupersetOf({"foo.slice", "foo-bar.slice", "a\\x2db.slice", "system.slice"}));
 }
 
-TEST_F(PlacementOnPlatform, TheListInCHasTheServices)
+TEST_F(PlacementLive, TheListInCHasTheServices)
 {
     VLIBCSzList* list = VLIBCSzListAlloc(16);
     EXPECT_EQ(VESKCSystemdSliceList(&list), 1);
