@@ -54,7 +54,9 @@ expect_log <<<"$steps"
 skip_log
 tell "The services come back as well when the command fails. The volume is mounted once more, and they use it again:"
 mount -t tmpfs volume1 /volume1
-systemctl restart photos films
+# One after the other: the library looks at the processes by their ids.
+systemctl restart photos
+systemctl restart films
 # shellcheck disable=SC2016 # expanded by the shell that the library's action runs
 expect 1 "photos.service inactive
 media.service active
