@@ -291,12 +291,13 @@ VESK_API int VESKCSystemdServiceListByMntPath(const char* szMntPath, VLIBCSzList
  * VESKCSystemdServiceListByMntPath: for a volume that is not mounted, these are all on the root file system).
  *
  * Returns 1 when the action returned true and systemd has carried out the start of the services after it; that
- * one of them failed to start is not told. They are started again whatever the action returned. On failures
- * before they are stopped the action is not run; but where looking for users of files fails, which is logged, it
- * runs with those stopped that were found before: it must not count on nobody using the volume. An empty volume
- * is refused, since it would stand for all files. Waits for up to an hour each for other unmount actions and
- * isolations, and for as long as the services take to stop and start. The action must not unmount another
- * volume through the library, nor isolate: it would wait for itself. Forks the caller once.
+ * one of them failed to start is not told. They are started again whatever the action returned; a start that
+ * cannot even be run is tried again for some seconds. On failures before they are stopped the action is not run;
+ * but where looking for users of files fails, which is logged, it runs with those stopped that were found before:
+ * it must not count on nobody using the volume. An empty volume is refused, since it would stand for all files.
+ * Waits for up to an hour each for other unmount actions and isolations, and for as long as the services take to
+ * stop and start. The action must not unmount another volume through the library, nor isolate: it would wait for
+ * itself. Forks the caller once.
  */
 VESK_API int VESKCSystemdVolumeUnmountAction(const char* szVolume, bool (*action)(void*), void* pArg);
 VESK_API int VESKCSystemdVolumeGroupUnmountAction(VLIBCSzList* pListVolumes, bool (*action)(void*),

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <set>
 #include <unistd.h>
 #include <unordered_set>
@@ -13,6 +14,7 @@
 #include "core/log.hpp"
 #include "core/names.hpp"
 #include "core/paths.hpp"
+#include "core/pause.hpp"
 #include "core/text.hpp"
 #include "volumes/mount_path_services.hpp"
 
@@ -25,6 +27,7 @@ constexpr const char* kBeginTarget = "unmount-volume-begin.target";
 constexpr const char* kEndTarget = "unmount-volume-end.target";
 constexpr const char* kTargetDirectory = "/run/systemd/system";
 constexpr const char* kPackageControl = "pkgctl-";
+constexpr int kMostTries = 5;
 
 using Services = std::set<std::string>;
 
@@ -170,6 +173,45 @@ bool TargetsMake(const Services& setServices)
            TargetWrite(kEndTarget, "Wants", setServices) && VESKSystemdDaemonReload();
 }
 
+enum class Start {
+    Done,
+    Failed,
+    NotRun, ///< systemctl could not even be run
+};
+
+/** Starts the services once. The error record stays as it is but for a start that was not run. */
+Start EndTargetTry()
+{
+    const int nCode = VLIBCErrGet();
+    const std::string strFile = VLIBCErrorGetFile();
+    const int nLine = VLIBCErrorGetLine();
+    // The platform sets one for a program that could not be run, and none for a program that failed.
+    VLIBCErrSetEx(0, "", 0);
+    const bool blStarted = VESKSystemdStart(kEndTarget);
+    if (!blStarted && VLIBCErrGet() != 0) {
+        return Start::NotRun;
+    }
+    VLIBCErrSetEx(nCode, strFile.c_str(), nLine);
+    return blStarted ? Start::Done : Start::Failed;
+}
+
+/** Starts the services again. What keeps systemctl from being run, as a lack of memory, may soon be over. */
+bool ServicesStart()
+{
+    Start start = Start::NotRun;
+    for (int nTries = 0; start == Start::NotRun && nTries < kMostTries; ++nTries) {
+        if (nTries != 0) {
+            PauseSecond();
+        }
+        try {
+            start = EndTargetTry();
+        } catch (const std::bad_alloc&) {
+            start = Start::NotRun;
+        }
+    }
+    return start == Start::Done;
+}
+
 /** Runs the action while the services are stopped, and starts them again whatever comes of it. */
 bool StopRunStart(const std::function<bool()>& action)
 {
@@ -177,10 +219,10 @@ bool StopRunStart(const std::function<bool()>& action)
     try {
         blResult = VESKSystemdStartIrreversibly(kBeginTarget) && action();
     } catch (...) {
-        VESKSystemdStart(kEndTarget);
+        ServicesStart();
         throw;
     }
-    const bool blStarted = VESKSystemdStart(kEndTarget);
+    const bool blStarted = ServicesStart();
     return blResult && blStarted;
 }
 

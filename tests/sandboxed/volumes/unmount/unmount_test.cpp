@@ -313,6 +313,58 @@ TEST_F(UnmountTest, FailsWhenTheServicesDoNotStartAgain)
     EXPECT_EQ(runs, 2);
 }
 
+TEST_F(UnmountTest, TriesOnceWhenTheServicesDoNotStartAgain)
+{
+    systemctl.On({"start", "unmount-volume-end.target"}).Exit(1);
+    AddDependent("a.service");
+    VLIBCErrSetEx(0x1234, "some.c", 9);
+    EXPECT_FALSE(Run());
+    EXPECT_THAT(Steps(), ElementsAre(kReload, kStartBegin, kStartEnd));
+    EXPECT_EQ(VLIBCErrGet(), 0x1234);
+    EXPECT_EQ(spy.Seconds(), 0);
+}
+
+TEST_F(UnmountTest, TriesAgainWhenTheStartOfTheServicesCannotBeRun)
+{
+    AddDependent("a.service");
+    for (const bool throws : {false, true}) {
+        SCOPED_TRACE(throws ? "an action that throws" : "an action that returns");
+        int pauses = 0;
+        spy.OnSecond([&] {
+            if (++pauses == 2) {
+                systemctl.Restore();
+            }
+        });
+        systemctl.ForgetCalls();
+        const auto run = [&] {
+            return _VESKSystemdVolumeUnmountAction({kVolume}, [&] {
+                systemctl.Remove();
+                return throws ? throw std::runtime_error("mine") : true;
+            });
+        };
+        if (throws) {
+            EXPECT_THROW(run(), std::runtime_error);
+        } else {
+            EXPECT_TRUE(run());
+        }
+        EXPECT_EQ(pauses, 2);
+        EXPECT_THAT(Steps(), ElementsAre(kReload, kStartBegin, kStartEnd));
+    }
+}
+
+TEST_F(UnmountTest, FailsWhenTheStartOfTheServicesCanNeverBeRun)
+{
+    AddDependent("a.service");
+    int pauses = 0;
+    spy.OnSecond([&] { ++pauses; });
+    EXPECT_FALSE(_VESKSystemdVolumeUnmountAction({kVolume}, [&] {
+        systemctl.Remove();
+        return true;
+    }));
+    systemctl.Restore();
+    EXPECT_EQ(pauses, 4);
+}
+
 TEST_F(UnmountTest, StartsTheServicesAgainBeforeAnExceptionOfTheActionPassesOn)
 {
     AddDependent("a.service");
