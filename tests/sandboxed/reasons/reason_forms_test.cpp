@@ -103,6 +103,21 @@ TEST_P(ReasonForms, TakeNamesUpToTheirFirstZeroByte)
     EXPECT_THAT(failed, ElementsAre("x.timer"));
 }
 
+TEST_P(ReasonForms, TakeOneListForTheServicesAndForThoseThatFail)
+{
+    Words services;
+    for (int index = 0; index < 100; ++index) {
+        services.push_back("a-timer-that-may-have-no-reasons-" + std::to_string(index) + ".timer");
+    }
+    Words expected = services;
+    expected.push_back("foo");
+    expected.insert(expected.end(), services.begin(), services.end());
+    services.push_back("foo");
+    EXPECT_FALSE(GetParam().list("a", services, services));
+    EXPECT_EQ(services, expected);
+    EXPECT_EQ(systemctl.Calls().at(0).arguments.back(), "foo");
+}
+
 TEST_P(ReasonForms, RefuseServicesThatAreNoEntriesOfAFolderAndGoOnWithTheOthers)
 {
     const Words outside = {"../victim", "../../victim", "foo.service/kept", "/victim", ".", ".."};
