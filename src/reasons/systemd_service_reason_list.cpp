@@ -7,6 +7,7 @@
 #include "core/log.hpp"
 #include "core/names.hpp"
 #include "core/reason_folder.hpp"
+#include "core/text.hpp"
 
 using namespace VESK::Systemd;
 
@@ -20,16 +21,15 @@ bool VESKSystemdServiceReasonList(const std::string& strService, Texts& vecReaso
         return false;
     }
     Directory directory(ReasonFolder(strService));
-    if (directory.Error() == ENOENT) {
-        return true;
+    Texts vecFound;
+    while (const char* szReason = directory.Next()) {
+        vecFound.emplace_back(szReason);
     }
-    if (directory.Error() != 0) {
+    if (directory.Error() != 0 && directory.Error() != ENOENT) {
         VLIBCErrSetEx(ERR_OPEN_DIRECTORY, VESK_HERE);
         return false;
     }
-    while (const char* szReason = directory.Next()) {
-        vecReasons.emplace_back(szReason);
-    }
+    vecReasons.insert(vecReasons.end(), vecFound.begin(), vecFound.end());
     return true;
 }
 

@@ -5,6 +5,7 @@
 
 #include "glob_fault.hpp"
 #include "paths.hpp"
+#include "proc_spy.hpp"
 #include "reasons_ground.hpp"
 
 namespace VeskTest
@@ -66,6 +67,20 @@ TEST_F(Reasons, ListFailsWhenTheFolderIsNone)
     EXPECT_FALSE(VESKSystemdServiceReasonList("foo", reasons));
     EXPECT_EQ(VLIBCErrGet(), 0x0900);
     EXPECT_STREQ(VLIBCErrorGetFile(), "systemd_service_reason_list.cpp");
+}
+
+TEST_F(Reasons, ListFailsWhenTheFolderCannotBeReadToItsEnd)
+{
+    ProcSpy spy;
+    Record("foo.service", "a");
+    Words reasons = {"before"};
+    spy.BreakOff(ReasonFolder("foo.service"), EIO);
+    EXPECT_FALSE(VESKSystemdServiceReasonList("foo", reasons));
+    EXPECT_EQ(VLIBCErrGet(), 0x0900);
+    EXPECT_THAT(reasons, ElementsAre("before"));
+    spy.BreakOff(ReasonFolder("foo.service"), ENOENT);
+    EXPECT_TRUE(VESKSystemdServiceReasonList("foo", reasons)) << "it was removed meanwhile";
+    EXPECT_THAT(reasons, ElementsAre("before"));
 }
 
 TEST_F(Reasons, AServiceHasAReasonWhenThereIsAnEntryThatIsNotHidden)
