@@ -228,8 +228,8 @@ void FailedUnitsCopy(const Texts& vecUnits, Texts& vecFailed)
 
 bool JobInfoParse(const std::string& strLine, JobInfo& info)
 {
-    Texts vecFields;
-    if (!Split(strLine, vecFields, " ") || vecFields.size() != 4) {
+    const Texts vecFields = Pieces(strLine, " ");
+    if (vecFields.size() != 4) {
         return false;
     }
     info.id = JobIdOf(vecFields[0]);
@@ -328,18 +328,17 @@ bool CheckServiceHasReason(const std::string& strService)
 bool ListServicesWithReason(Texts& vecServices)
 {
     Directory directory(kReasonsDirectory);
-    if (directory.Error() == ENOENT) {
-        return true;
+    Texts vecFound;
+    while (const char* szEntry = directory.Next()) {
+        if (UnitTypeGet(szEntry) == "service" && CheckServiceHasReason(szEntry)) {
+            vecFound.emplace_back(szEntry);
+        }
     }
-    if (directory.Error() != 0) {
+    if (directory.Error() != 0 && directory.Error() != ENOENT) {
         VLIBCErrSetEx(ERR_OPEN_DIRECTORY, VESK_HERE);
         return false;
     }
-    while (const char* szEntry = directory.Next()) {
-        if (UnitTypeGet(szEntry) == "service" && CheckServiceHasReason(szEntry)) {
-            vecServices.emplace_back(szEntry);
-        }
-    }
+    vecServices.insert(vecServices.end(), vecFound.begin(), vecFound.end());
     return true;
 }
 

@@ -2,6 +2,7 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/systemctl.hpp"
 #include "core/text.hpp"
 
@@ -29,7 +30,7 @@ bool Judge(const Answer& answer, const std::string& strTarget)
 
 bool VESKSystemdIntDefaultTargetSet(const Texts& vecOptions, const std::string& strDefaultTarget)
 {
-    if (!VESK_ARGUMENT(!strDefaultTarget.empty())) {
+    if (!VESK_ARGUMENT_NAME(strDefaultTarget)) {
         return false;
     }
     return AskAndJudge(

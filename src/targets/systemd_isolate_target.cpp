@@ -6,6 +6,7 @@
 #include "core/background.hpp"
 #include "core/lock_release.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/paths.hpp"
 #include "core/pause.hpp"
 #include "core/systemctl.hpp"
@@ -178,7 +179,7 @@ bool IsolateAndWait(const std::string& strTarget, const Texts& vecOptions, FileL
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to fork for isolate monitor", VESK_HERE);
         return false;
     }
-    if (!VESK_ARGUMENT(!strTarget.empty())) {
+    if (!VESK_ARGUMENT_NAME(strTarget)) {
         return false;
     }
     VESK_LOG(LOG_INFO, "%s:%d vesksystemd: isolating to [%s].", VESK_HERE, strTarget.c_str());

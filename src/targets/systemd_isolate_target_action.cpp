@@ -3,6 +3,7 @@
 #include "core/c_forms.hpp"
 #include "core/lock_release.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 
 using namespace VESK::Systemd;
 
@@ -31,7 +32,7 @@ bool RunIsolated(const std::function<bool()>& action)
 
 bool _VESKSystemdIsolateTargetAction(const std::string& strTarget, std::function<bool()>&& action)
 {
-    if (!VESK_ARGUMENT(!strTarget.empty())) {
+    if (!VESK_ARGUMENT_NAME(strTarget)) {
         return false;
     }
     SystemOperationLock lock;

@@ -1,6 +1,6 @@
 #include "vesksystemd.hpp"
 
-#include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/text.hpp"
 #include "keys/key_get.hpp"
 
@@ -9,7 +9,7 @@ using namespace VESK::Systemd;
 bool VESKSystemdTargetCarriesGet(const std::string& strTarget, Texts& vecUnits)
 {
     Texts vecItems;
-    if (!VESK_ARGUMENT(!strTarget.empty()) || !ListKeyGet(strTarget, "Carries", vecItems)) {
+    if (!VESK_ARGUMENT_NAME(strTarget) || !ListKeyGet(strTarget, "Carries", vecItems)) {
         return false;
     }
     for (const std::string& strItem : vecItems) {

@@ -1,6 +1,7 @@
 #include "vesksystemd.hpp"
 
 #include "core/c_forms.hpp"
+#include "core/names.hpp"
 #include "units/status_word.hpp"
 
 using namespace VESK::Systemd;
@@ -24,7 +25,7 @@ using Reader = bool(const std::string& strUnit, const std::string& strProperty, 
 Status StatusGet(const std::string& strUnit, Reader* propertyGet)
 {
     std::string strWord;
-    if (!VESK_ARGUMENT(!strUnit.empty()) || !propertyGet(strUnit, "ActiveState", strWord)) {
+    if (!VESK_ARGUMENT_NAME(strUnit) || !propertyGet(strUnit, "ActiveState", strWord)) {
         return kUnknownStatus<Status>;
     }
     return StatusOf(kWords, strWord, VESK_HERE);

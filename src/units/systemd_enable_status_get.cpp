@@ -1,6 +1,7 @@
 #include "vesksystemd.hpp"
 
 #include "core/c_forms.hpp"
+#include "core/names.hpp"
 #include "core/systemctl.hpp"
 #include "core/text.hpp"
 #include "units/status_word.hpp"
@@ -39,7 +40,7 @@ bool WordGet(const std::string& strUnit, const Texts& vecOptions, bool blForceSy
 Status StatusGet(const std::string& strUnit, const Texts& vecOptions, bool blForceSystem)
 {
     std::string strWord;
-    if (!VESK_ARGUMENT(!strUnit.empty()) || !WordGet(strUnit, vecOptions, blForceSystem, strWord)) {
+    if (!VESK_ARGUMENT_NAME(strUnit) || !WordGet(strUnit, vecOptions, blForceSystem, strWord)) {
         return kUnknownStatus<Status>;
     }
     return StatusOf(kWords, strWord, VESK_HERE);

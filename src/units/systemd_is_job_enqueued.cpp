@@ -2,12 +2,13 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 
 using namespace VESK::Systemd;
 
 bool VESKSystemdIsJobEnqueued(const std::string& strUnit)
 {
-    if (!VESK_ARGUMENT(!strUnit.empty())) {
+    if (!VESK_ARGUMENT_NAME(strUnit)) {
         return false;
     }
     std::string strJob;

@@ -57,8 +57,9 @@ bool VESKSystemdIntJobList(std::map<unsigned int, JobInfo>& mapJobs)
     });
 }
 
-bool VESKSystemdIntJobGet(const std::string& strUnit, JobInfo& info)
+bool VESKSystemdIntJobGet(const std::string& strGivenUnit, JobInfo& info)
 {
+    const std::string strUnit = BeforeZero(strGivenUnit);
     if (!VESK_ARGUMENT((!strUnit.empty()))) {
         return false;
     }

@@ -12,12 +12,14 @@ namespace
 
 void UnitsAppend(const Texts& vecLines, Texts& vecUnits)
 {
+    Texts vecFound;
     for (const std::string& strLine : vecLines) {
-        Texts vecFields;
-        if (Split(strLine, vecFields, " ") && vecFields.size() == 2) {
-            vecUnits.push_back(vecFields[0]);
+        const Texts vecFields = Pieces(strLine, " ");
+        if (vecFields.size() == 2) {
+            vecFound.push_back(vecFields[0]);
         }
     }
+    vecUnits.insert(vecUnits.end(), vecFound.begin(), vecFound.end());
 }
 
 } // namespace

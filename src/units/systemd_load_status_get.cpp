@@ -1,6 +1,7 @@
 #include "vesksystemd.hpp"
 
 #include "core/c_forms.hpp"
+#include "core/names.hpp"
 #include "units/status_word.hpp"
 
 using namespace VESK::Systemd;
@@ -24,7 +25,7 @@ constexpr std::array<StatusWord<Status>, 6> kWords{{
 Status VESKSystemdLoadStatusGet(const std::string& strUnit)
 {
     std::string strWord;
-    if (!VESK_ARGUMENT(!strUnit.empty()) || !VESKSystemdShow(strUnit, "LoadState", strWord)) {
+    if (!VESK_ARGUMENT_NAME(strUnit) || !VESKSystemdShow(strUnit, "LoadState", strWord)) {
         return kUnknownStatus<Status>;
     }
     return StatusOf(kWords, strWord, VESK_HERE);

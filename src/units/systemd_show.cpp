@@ -1,6 +1,6 @@
 #include "vesksystemd.hpp"
 
-#include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/systemctl.hpp"
 #include "core/text.hpp"
 
@@ -19,7 +19,7 @@ std::string ValueOf(const std::string& strLine)
 bool PropertyGet(const std::string& strUnit, const std::string& strProperty, bool blForceSystem,
                  std::string& strValue)
 {
-    if (!VESK_ARGUMENT(!strUnit.empty()) || !VESK_ARGUMENT(!strProperty.empty())) {
+    if (!VESK_ARGUMENT_NAME(strUnit) || !VESK_ARGUMENT_NAME(strProperty)) {
         return false;
     }
     const auto request = [&] {

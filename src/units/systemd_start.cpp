@@ -45,7 +45,7 @@ bool VESKSystemdStart(const std::string& strUnit)
 bool VESKSystemdStartIrreversibly(const std::string& strUnit)
 {
     Texts vecFailed;
-    return VESK_ARGUMENT(!strUnit.empty()) &&
+    return VESK_ARGUMENT_NAME(strUnit) &&
            VESKSystemdStartWithOptions({"--job-mode=replace-irreversibly"}, {strUnit}, vecFailed);
 }
 

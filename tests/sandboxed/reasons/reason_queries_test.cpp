@@ -161,6 +161,17 @@ TEST_F(Reasons, ServicesWithAReasonAreNoneWithoutTheFolderAndAnErrorWhenItIsNone
     EXPECT_THAT(services, IsEmpty());
 }
 
+TEST_F(Reasons, ServicesWithAReasonAreAnErrorWhenTheFolderCannotBeReadToItsEnd)
+{
+    ProcSpy spy;
+    Record("foo.service", "a");
+    spy.BreakOff("/run/vesksystemd/reasons/", EIO);
+    Words services = {"before"};
+    EXPECT_FALSE(ListServicesWithReason(services));
+    EXPECT_EQ(VLIBCErrGet(), 0x0900);
+    EXPECT_THAT(services, ElementsAre("before"));
+}
+
 TEST_F(Reasons, UnlinkOfNoServiceIsTrue)
 {
     Words cleared;

@@ -50,6 +50,28 @@ TEST_P(OneList, HoldsTheFailedUnitsAfterAll)
     });
 }
 
+TEST_P(OneList, TakesNamesUpToTheirFirstZeroByte)
+{
+    ForEach([this](const auto& run) {
+        m_ground.Systemctl().ForgetCalls();
+        Words units{std::string("foo\0/../bar", 11), "baz"};
+        // A mask is judged by the list of failed units.
+        EXPECT_EQ(run(units), !GetParam().IsMask());
+        const std::vector<Words> calls = m_ground.Calls();
+        ASSERT_FALSE(calls.empty());
+        EXPECT_EQ(Words(calls.back().end() - 2, calls.back().end()), (Words{"foo", "baz"}));
+    });
+}
+
+TEST_P(OneList, RefusesAUnitWhoseNameIsNothingButZeroBytes)
+{
+    if (GetParam().one == nullptr) {
+        GTEST_SKIP() << "the family has no such function";
+    }
+    EXPECT_FALSE(GetParam().one(std::string(16, '\0')));
+    EXPECT_TRUE(m_ground.Refused(GetParam().fileOfForms, "!strUnit.empty()"));
+}
+
 INSTANTIATE_TEST_SUITE_P(Every, OneList, ::testing::ValuesIn(RowsWhere([](const ActionRow& row) {
                              return row.list != nullptr || row.withOptions != nullptr;
                          })),
