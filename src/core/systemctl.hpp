@@ -39,7 +39,7 @@ struct Answer {
  * Asks, as far as the jobs that are queued allow it; nobody else starts systemctl. Blocks until it has ended.
  * Throws when memory runs out.
  */
-Answer Ask(const Request& request);
+Answer Ask(const Request& given);
 
 /** The same for those who end on an exception: a plain std::exception when there is no answer. */
 Answer AskOrThrow(const Request& request);

@@ -42,7 +42,7 @@ std::string UnitNameWithoutFileExtensionGet(const std::string& strText)
 
 std::string TemplateNameGet(const std::string& strText)
 {
-    const std::string strUnit = BeforeZero(strText);
+    std::string strUnit = BeforeZero(strText);
     const size_t nAt = strUnit.find('@');
     if (nAt == std::string::npos) {
         return strUnit;

@@ -47,7 +47,7 @@ struct UnitAction {
 };
 
 /** Runs the action; appends the units that failed. An empty list of units is an invalid argument. */
-bool UnitActionRun(const UnitAction& action, const Texts& vecOptions, const Texts& vecUnits,
+bool UnitActionRun(const UnitAction& action, const Texts& vecOptions, const Texts& vecGivenUnits,
                    Texts& vecFailed);
 
 } // namespace VESK::Systemd
