@@ -4,6 +4,7 @@
 
 #include "files.hpp"
 #include "live_units.hpp"
+#include "paths.hpp"
 
 namespace VeskTest
 {
@@ -15,7 +16,7 @@ using ::testing::IsEmpty;
 using Words = std::vector<std::string>;
 
 constexpr const char* kFolders[] = {"/etc/systemd/system", "/run/systemd/system", "/usr/lib/systemd/system",
-                                    "/run/vesksystemd", "/usr/vesk/etc"};
+                                    kRunFolder, "/usr/vesk/etc"};
 
 // Whatever still bears the unit's name.
 Words Traces(const std::string& unit)

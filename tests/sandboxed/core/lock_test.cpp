@@ -11,6 +11,7 @@
 #include "descriptors.hpp"
 #include "files.hpp"
 #include "holdings.hpp"
+#include "paths.hpp"
 #include "scripted_program.hpp"
 #include "syslog_capture.hpp"
 
@@ -59,7 +60,7 @@ TEST_F(FileLockTest, TakesNothingWhenItIsMade)
         EXPECT_EQ(lock.PathGet(), kPath);
         EXPECT_EQ(Holdings::Now(), before);
     }
-    EXPECT_FALSE(Exists("/run/vesksystemd"));
+    EXPECT_FALSE(Exists(kRunFolder));
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
@@ -77,7 +78,7 @@ TEST_F(FileLockTest, MakesItsFolderAndItsFileAndKeepsThem)
 
 TEST_F(FileLockTest, AsksThePlatformOnlyWhenItIsNotHeld)
 {
-    MakeFolder("/run/vesksystemd/locks");
+    MakeFolder(kLockFolder);
     ScriptedProgram mkdir("/bin/mkdir");
     mkdir.OnAny();
     FileLock lock(kPath, true, 0);
@@ -134,7 +135,7 @@ TEST_F(FileLockTest, AsksForTheFolderOfAnyPath)
 
 TEST_F(FileLockTest, LogsAFolderThatCannotBeMade)
 {
-    WriteText("/run/vesksystemd", "in the way");
+    WriteText(kRunFolder, "in the way");
     FileLock lock(kPath, true, 0);
     EXPECT_FALSE(lock.Acquire());
     EXPECT_FALSE(lock.Acquire()) << "it is not held";
@@ -153,7 +154,7 @@ TEST_F(FileLockTest, LogsAMissingMkdir)
 
 TEST_F(FileLockTest, LogsAFileThatCannotBeOpened)
 {
-    std::filesystem::create_directories("/run/vesksystemd/locks");
+    std::filesystem::create_directories(kLockFolder);
     std::filesystem::create_symlink("/no-such-folder/lock", kPath);
     EXPECT_FALSE(FileLock(kPath, true, 0).Acquire());
     EXPECT_EQ(VLIBCErrGet(), VLIBC_ERR_OPEN);
@@ -191,10 +192,10 @@ TEST_F(FileLockTest, MakesFoldersThatOthersCannotWriteWhateverTheUmask)
         const mode_t usual = umask(mask);
         EXPECT_TRUE(FileLock(kPath, true, 0).Acquire()) << mask;
         EXPECT_EQ(umask(usual), mask);
-        EXPECT_EQ(Mode("/run/vesksystemd"), 0755U);
-        EXPECT_EQ(Mode("/run/vesksystemd/locks"), 0755U);
+        EXPECT_EQ(Mode(kRunFolder), 0755U);
+        EXPECT_EQ(Mode(kLockFolder), 0755U);
         EXPECT_EQ(Mode(kPath), 0600U);
-        RemoveAll("/run/vesksystemd");
+        RemoveAll(kRunFolder);
     }
 }
 
@@ -204,7 +205,7 @@ TEST_F(FileLockTest, LogsAPathThatCannotBeCopied)
     EXPECT_FALSE(FileLock(kPath, true, 0).Acquire());
     EXPECT_THAT(log.Take(), ElementsAre(Error(kFile, "Failed to alloc pointer: Cannot allocate memory"),
                                         Error(kFile, std::string("Failed to get dirname: [") + kPath + "]")));
-    EXPECT_FALSE(Exists("/run/vesksystemd"));
+    EXPECT_FALSE(Exists(kRunFolder));
 }
 
 TEST_F(FileLockTest, LogsAPathWhoseFolderCannotBeTold)
@@ -278,7 +279,7 @@ TEST(SystemOperationLockTest, IsAFileLockOnItsOwnPath)
 {
     SystemOperationLock lock;
     FileLock& base = lock;
-    EXPECT_EQ(base.PathGet(), "/run/vesksystemd/locks/system-operation.lock");
+    EXPECT_EQ(base.PathGet(), kOperationLock);
     EXPECT_TRUE(lock.Acquire());
     EXPECT_FALSE(FileLock(lock.PathGet(), true, 0).Acquire());
     lock.Release();

@@ -90,7 +90,7 @@ TEST(UnitPathGet, NamesTheUnitAsTheCallerDidWhenThereIsNone)
 class EnableStatusChanged : public ::testing::Test
 {
 protected:
-    const std::string folder = "/usr/vesk/etc/vesksystemd/enable-status-changed/";
+    const std::string folder = std::string(kMarks) + "/";
     SyslogCapture log;
 };
 
@@ -158,7 +158,7 @@ TEST_F(EnableStatusChanged, LogsAMarkThatCannotBeMade)
 TEST_F(EnableStatusChanged, IsNoneForANameThatLeadsOutOfTheFolder)
 {
     MakeFolder(folder + "inside");
-    WriteText("/usr/vesk/etc/vesksystemd/there.service", "");
+    WriteText(std::string(kStateFolder) + "/there.service", "");
     for (const std::string unit : {"/tmp/foo.service", "../foo", "inside/foo", ".", ".."}) {
         VESK::Systemd::SetEnableStatusChanged(unit);
         EXPECT_THAT(log.Take(), ElementsAre(Warning("systemd_internal_lib.cpp",

@@ -121,7 +121,7 @@ TEST_P(ReasonForms, TakeOneListForTheServicesAndForThoseThatFail)
 TEST_P(ReasonForms, RefuseServicesThatAreNoEntriesOfAFolderAndGoOnWithTheOthers)
 {
     const Words outside = {"../victim", "../../victim", "foo.service/kept", "/victim", ".", ".."};
-    WriteText("/run/vesksystemd/victim.service/a", "");
+    WriteText(std::string(kRunFolder) + "/victim.service/a", "");
     WriteText("/run/victim.service/a", "");
     for (const std::string& service : outside) {
         SCOPED_TRACE(service);
@@ -135,7 +135,7 @@ TEST_P(ReasonForms, RefuseServicesThatAreNoEntriesOfAFolderAndGoOnWithTheOthers)
         EXPECT_FALSE(GetParam().one("a", service));
         EXPECT_EQ(VLIBCErrGet(), 0x0D00);
     }
-    EXPECT_TRUE(Exists("/run/vesksystemd/victim.service/a"));
+    EXPECT_TRUE(Exists(std::string(kRunFolder) + "/victim.service/a"));
     EXPECT_TRUE(Exists("/run/victim.service/a"));
     EXPECT_THAT(ListFolder(kReasons), ElementsAre("foo.service"));
     EXPECT_THAT(ListFolder(kRunFolder), ElementsAre("reasons", "victim.service"));
@@ -218,7 +218,7 @@ TEST_F(Reasons, ListRefusesAnEmptyService)
 
 TEST_F(Reasons, ListRefusesAServiceThatIsNoEntryOfAFolder)
 {
-    WriteText("/run/vesksystemd/victim.service/a", "");
+    WriteText(std::string(kRunFolder) + "/victim.service/a", "");
     Record("foo.service", "a");
     for (const char* service : {"../victim", "foo.service/../../victim", ".", ".."}) {
         Words reasons;

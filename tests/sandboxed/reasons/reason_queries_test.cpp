@@ -52,7 +52,7 @@ TEST_F(Reasons, ListOfAServiceThatNeverHadAnyIsEmptyAndTrue)
 
 TEST_F(Reasons, ListRefusesAUnitThatIsNoService)
 {
-    WriteText("/run/vesksystemd/reasons/foo.timer/a", "");
+    WriteText(ReasonsOf("foo.timer/a"), "");
     Words reasons;
     EXPECT_FALSE(VESKSystemdServiceReasonList("foo.timer", reasons));
     EXPECT_EQ(VLIBCErrGet(), 0x0D00);
@@ -110,7 +110,7 @@ TEST_F(Reasons, GlobIsAskedForTheFolderOfTheNormalizedNameUnsortedAndWithoutACal
 {
     const GlobFault fault(GLOB_NOMATCH);
     EXPECT_FALSE(CheckServiceHasReason("foo"));
-    EXPECT_EQ(GlobFault::Pattern(), "/run/vesksystemd/reasons/foo.service/*");
+    EXPECT_EQ(GlobFault::Pattern(), ReasonsOf("foo.service/*"));
     EXPECT_EQ(GlobFault::Flags(), GLOB_NOSORT);
     EXPECT_FALSE(GlobFault::HadCallback());
 }
@@ -165,7 +165,7 @@ TEST_F(Reasons, ServicesWithAReasonAreAnErrorWhenTheFolderCannotBeReadToItsEnd)
 {
     ProcSpy spy;
     Record("foo.service", "a");
-    spy.BreakOff("/run/vesksystemd/reasons/", EIO);
+    spy.BreakOff(std::string(kReasons) + "/", EIO);
     Words services = {"before"};
     EXPECT_FALSE(ListServicesWithReason(services));
     EXPECT_EQ(VLIBCErrGet(), 0x0900);

@@ -53,12 +53,12 @@ TEST_F(Reasons, StartByReasonReloadsOnceForManyServices)
 
 TEST_F(Reasons, StartByReasonRefusesUnitsThatAreNoServicesAndStartsTheOthers)
 {
-    WriteText("/run/vesksystemd/reasons/b.timer/a", "");
+    WriteText(ReasonsOf("b.timer/a"), "");
     EXPECT_FALSE(Start("a", {"b.timer", "foo"}));
     EXPECT_EQ(VLIBCErrGet(), 0x0D00);
     EXPECT_STREQ(VLIBCErrorGetFile(), "systemd_internal_lib.cpp");
     EXPECT_THAT(failed, ElementsAre("b.timer"));
-    EXPECT_TRUE(Exists("/run/vesksystemd/reasons/b.timer/a"));
+    EXPECT_TRUE(Exists(ReasonsOf("b.timer/a")));
     EXPECT_THAT(systemctl.Arguments(), ElementsAre("reset-failed foo", "start foo"));
 }
 

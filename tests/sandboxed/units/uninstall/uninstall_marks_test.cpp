@@ -121,17 +121,17 @@ TEST_F(Uninstall, WarnsOfReasonsWhenRmIsMissing)
 
 TEST_F(Uninstall, NeverLeavesTheFoldersForANameWithASlash)
 {
-    WriteText("/usr/vesk/etc/vesksystemd/kept.service", "");
-    WriteText("/run/vesksystemd/kept.service", "");
-    WriteText("/run/vesksystemd/reasons/foo.service/kept.service", "");
+    WriteText(std::string(kStateFolder) + "/kept.service", "");
+    WriteText(std::string(kRunFolder) + "/kept.service", "");
+    WriteText(ReasonsOf("foo.service/kept.service"), "");
     for (const std::string& unit : Words{"../kept", "foo.service/kept", "/", "../reasons/foo"}) {
         EXPECT_TRUE(Run({unit})) << unit;
         EXPECT_THAT(log.Take(),
                     ElementsAreArray(LogOf(unit, InOrder({FlagWarning(unit), ReasonsWarning(unit)}))));
     }
-    EXPECT_TRUE(Exists("/usr/vesk/etc/vesksystemd/kept.service"));
-    EXPECT_TRUE(Exists("/run/vesksystemd/kept.service"));
-    EXPECT_TRUE(Exists("/run/vesksystemd/reasons/foo.service/kept.service"));
+    EXPECT_TRUE(Exists(std::string(kStateFolder) + "/kept.service"));
+    EXPECT_TRUE(Exists(std::string(kRunFolder) + "/kept.service"));
+    EXPECT_TRUE(Exists(ReasonsOf("foo.service/kept.service")));
 }
 
 TEST_F(Uninstall, TakesNamesUpToTheirFirstZeroByte)

@@ -10,6 +10,7 @@
 #include "error.hpp"
 #include "file_calls.hpp"
 #include "file_locks.hpp"
+#include "paths.hpp"
 #include "platform_spy.hpp"
 #include "registry_ground.hpp"
 
@@ -68,10 +69,10 @@ TEST_P(RegistryFailure, OfALockThatAnotherProcessHolds)
 
 TEST_P(RegistryFailure, OfALockThatCannotBeMade)
 {
-    WriteText("/run/vesksystemd", "in the way");
+    WriteText(kRunFolder, "in the way");
     ExpectFailure({Error("lock.cpp", std::string("vesksystemd: failed to mkdir [") + kLockFolder + "]"),
                    NotAvailable()});
-    RemoveAll("/run/vesksystemd");
+    RemoveAll(kRunFolder);
     ExpectSuccess();
 }
 
@@ -403,7 +404,7 @@ void ExpectMissing(SyslogCapture& log, const std::string& package)
     EXPECT_EQ(VLIBCErrGet(), VLIBC_ERR_NOT_FOUND);
     EXPECT_THAT(spy.Locks(), IsEmpty());
     EXPECT_THAT(mkdir->Arguments(), IsEmpty());
-    EXPECT_FALSE(Exists("/run/vesksystemd"));
+    EXPECT_FALSE(Exists(kRunFolder));
 }
 
 TEST_F(MissingPackage, FailsBeforeTheLockAndBeforeAnyFolder)
