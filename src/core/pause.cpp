@@ -10,9 +10,9 @@ namespace VESK::Systemd
 namespace
 {
 
-using std::chrono::steady_clock;
+using Clock = std::chrono::steady_clock;
 
-void SleepUntil(steady_clock::time_point end)
+void SleepUntil(Clock::time_point end)
 {
     const auto since = std::chrono::duration_cast<std::chrono::nanoseconds>(end.time_since_epoch());
     timespec until{};
@@ -26,7 +26,7 @@ void SleepUntil(steady_clock::time_point end)
 
 void PauseSecond()
 {
-    const auto end = steady_clock::now() + std::chrono::seconds(1);
+    const auto end = Clock::now() + std::chrono::seconds(1);
     errno = 0;
     if (sleep(1) != 0 || errno == EINTR) {
         SleepUntil(end);
@@ -35,7 +35,7 @@ void PauseSecond()
 
 void PauseHalfSecond()
 {
-    const auto end = steady_clock::now() + std::chrono::milliseconds(500);
+    const auto end = Clock::now() + std::chrono::milliseconds(500);
     if (usleep(500000) != 0) {
         SleepUntil(end);
     }

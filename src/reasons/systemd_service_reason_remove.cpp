@@ -1,6 +1,5 @@
 #include "vesksystemd.hpp"
 
-#include "core/c_forms.hpp"
 #include "core/log.hpp"
 #include "core/names.hpp"
 #include "core/text.hpp"
@@ -9,15 +8,12 @@
 
 using namespace VESK::Systemd;
 
-using std::string;
-
-bool VESKSystemdServiceReasonRemove(const string& strGivenReason, const Texts& vecGivenServices,
+bool VESKSystemdServiceReasonRemove(const std::string& strGivenReason, const Texts& vecGivenServices,
                                     Texts& vecFailed)
 {
-    const string strReason = BeforeZero(strGivenReason);
+    const std::string strReason = BeforeZero(strGivenReason);
     const Texts vecServices = NamesGet(vecGivenServices);
-    if (!VESK_ARGUMENT(!strReason.empty()) || !VESK_ARGUMENT(string::npos == strReason.find("/")) ||
-        !VESK_ARGUMENT(IsEntryName(strReason)) || !VESK_ARGUMENT(!vecServices.empty())) {
+    if (!ReasonArguments(VESK_HERE, strReason, vecServices)) {
         return false;
     }
     VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] clear reason [%s] ...", VESK_HERE,
@@ -32,25 +28,19 @@ bool VESKSystemdServiceReasonRemove(const string& strGivenReason, const Texts& v
     return clearing.blUnlinked;
 }
 
-bool VESKSystemdServiceReasonRemove(const string& strReason, const string& strService)
+bool VESKSystemdServiceReasonRemove(const std::string& strReason, const std::string& strService)
 {
-    return VESK_ARGUMENT_NAME(strService) &&
-           OneServiceForm(strReason, strService, VESKSystemdServiceReasonRemove);
+    return OneServiceForm(VESK_HERE, strReason, strService, VESKSystemdServiceReasonRemove);
 }
 
 int VESKCSystemdServiceReasonRemove(const char* szReason, const char* szService)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != szReason) && VESK_ARGUMENT(nullptr != szService) &&
-               VESKSystemdServiceReasonRemove(szReason, string(szService));
-    });
+    return COneServiceForm(VESK_HERE, szReason, szService, VESKSystemdServiceReasonRemove);
 }
 
 int VESKCSystemdServiceReasonRemoveGroup(const char* szReason, VLIBCSzList* pListServices,
                                          VLIBCSzList** ppListFailed)
 {
-    return CForm([&] {
-        return VESK_ARGUMENT(nullptr != szReason) && VESK_ARGUMENT(nullptr != pListServices) &&
-               ServiceGroupForm(szReason, pListServices, ppListFailed, VESKSystemdServiceReasonRemove);
-    });
+    return CServiceGroupForm(VESK_HERE, szReason, pListServices, ppListFailed,
+                             VESKSystemdServiceReasonRemove);
 }

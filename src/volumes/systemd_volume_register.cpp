@@ -6,12 +6,11 @@
 #include "core/lock_release.hpp"
 #include "core/log.hpp"
 #include "core/names.hpp"
+#include "core/text.hpp"
 #include "volumes/registry_file.hpp"
 #include "volumes/volume_array.hpp"
 
 using namespace VESK::Systemd;
-
-using std::string;
 
 namespace
 {
@@ -20,31 +19,31 @@ constexpr const char* kRegistryFile = "reg_volume";
 
 /** A registry file: whose volumes it holds, and where. */
 struct Registry {
-    string strDirectory;
-    string strFile;
+    std::string strDirectory;
+    std::string strFile;
 
-    string PathGet() const { return strDirectory + strFile; }
+    std::string PathGet() const { return strDirectory + strFile; }
 };
 
-Registry UnitRegistry(const string& strUnit)
+Registry UnitRegistry(const std::string& strUnit)
 {
     return {"/usr/vesk/etc/vesksystemd/volume-register/", NormalizedUnitNameGet(strUnit)};
 }
 
-string PackageDirectory(const string& strPackage)
+std::string PackageDirectory(const std::string& strPackage)
 {
     return "/var/packages/" + BeforeZero(strPackage);
 }
 
-Registry PackageRegistry(const string& strPackage)
+Registry PackageRegistry(const std::string& strPackage)
 {
     return {PackageDirectory(strPackage) + "/etc/veskpkg_conf/", kRegistryFile};
 }
 
 /** The registered volumes; none when there is no file yet. */
-bool Read(const string& strPath, VolumeElements& vecElements)
+bool Read(const std::string& strPath, VolumeElements& vecElements)
 {
-    string strText;
+    std::string strText;
     const RegistryFile file = RegistryFileRead(strPath, strText);
     if (file == RegistryFile::Missing) {
         return true;
@@ -63,7 +62,7 @@ bool Read(const string& strPath, VolumeElements& vecElements)
 
 bool Write(const Registry& registry, const VolumeElements& vecElements)
 {
-    const string strPath = registry.PathGet();
+    const std::string strPath = registry.PathGet();
     const ReplacingFile file(registry.strDirectory, registry.strFile);
     if (!file.Dump(VolumeArrayText(vecElements))) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to dump json file to [%s]", VESK_HERE,
@@ -84,12 +83,12 @@ bool Write(const Registry& registry, const VolumeElements& vecElements)
     return false;
 }
 
-bool IsVolume(const VolumeElement& element, const string& strVolume)
+bool IsVolume(const VolumeElement& element, const std::string& strVolume)
 {
     return element.blString && element.strVolume == strVolume;
 }
 
-bool IsRegistered(const VolumeElements& vecElements, const string& strVolume)
+bool IsRegistered(const VolumeElements& vecElements, const std::string& strVolume)
 {
     return std::any_of(vecElements.begin(), vecElements.end(),
                        [&](const VolumeElement& element) { return IsVolume(element, strVolume); });
@@ -109,7 +108,7 @@ bool Locked(Change&& change)
     return change();
 }
 
-bool Register(const Registry& registry, const string& strVolume)
+bool Register(const Registry& registry, const std::string& strVolume)
 {
     return Locked([&] {
         if (VLIBCExec("/bin/mkdir", "-p", registry.strDirectory.c_str(), nullptr, nullptr) < 0) {
@@ -129,7 +128,7 @@ bool Register(const Registry& registry, const string& strVolume)
     });
 }
 
-bool Unregister(const Registry& registry, const string& strVolume)
+bool Unregister(const Registry& registry, const std::string& strVolume)
 {
     return Locked([&] {
         VolumeElements vecElements;
@@ -144,16 +143,16 @@ bool Unregister(const Registry& registry, const string& strVolume)
     });
 }
 
-bool IsAnyRegistered(const Registry& registry, const std::vector<string>& vecVolumes)
+bool IsAnyRegistered(const Registry& registry, const Texts& vecVolumes)
 {
     VolumeElements vecElements;
     return Read(registry.PathGet(), vecElements) &&
            std::any_of(vecVolumes.begin(), vecVolumes.end(),
-                       [&](const string& strVolume) { return IsRegistered(vecElements, strVolume); });
+                       [&](const std::string& strVolume) { return IsRegistered(vecElements, strVolume); });
 }
 
 /** Whether a unit or a package of this name can have a registry. */
-bool MayBeRegistered(const string& strName)
+bool MayBeRegistered(const std::string& strName)
 {
     if (!IsEntryName(strName)) {
         VLIBCErrSetEx(ERR_INVALID_ARGUMENT, VESK_HERE);
@@ -162,7 +161,7 @@ bool MayBeRegistered(const string& strName)
     return HasName(strName);
 }
 
-bool IsVolumePath(const string& strVolume)
+bool IsVolumePath(const std::string& strVolume)
 {
     return VESK_ARGUMENT(!strVolume.empty()) && VESK_ARGUMENT('/' == strVolume.front()) &&
            VESK_ARGUMENT('/' != strVolume.back());
@@ -170,25 +169,25 @@ bool IsVolumePath(const string& strVolume)
 
 } // namespace
 
-bool VESKSystemdVolumeRegister(const string& strUnit, const string& strVolume)
+bool VESKSystemdVolumeRegister(const std::string& strUnit, const std::string& strVolume)
 {
     return VESK_ARGUMENT_NAME(strUnit) && VESK_ARGUMENT(IsEntryName(strUnit)) && IsVolumePath(strVolume) &&
            Register(UnitRegistry(strUnit), strVolume);
 }
 
-bool VESKSystemdVolumeUnregister(const string& strUnit, const string& strVolume)
+bool VESKSystemdVolumeUnregister(const std::string& strUnit, const std::string& strVolume)
 {
     return VESK_ARGUMENT_NAME(strUnit) && VESK_ARGUMENT(IsEntryName(strUnit)) && IsVolumePath(strVolume) &&
            Unregister(UnitRegistry(strUnit), strVolume);
 }
 
-bool VESKSystemdPackageVolumeRegister(const string& strPackage, const string& strVolume)
+bool VESKSystemdPackageVolumeRegister(const std::string& strPackage, const std::string& strVolume)
 {
     if (!VESK_ARGUMENT_NAME(strPackage) || !VESK_ARGUMENT(IsEntryName(strPackage)) ||
         !IsVolumePath(strVolume)) {
         return false;
     }
-    const string strDirectory = PackageDirectory(strPackage);
+    const std::string strDirectory = PackageDirectory(strPackage);
     if (VLIBCFileCheckDir(strDirectory.c_str()) == 0) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to VLIBCFileCheckDir on [%s] [0x%04X %s:%d]", VESK_HERE,
                  strDirectory.c_str(), VESK_PLATFORM_ERROR);
@@ -197,19 +196,19 @@ bool VESKSystemdPackageVolumeRegister(const string& strPackage, const string& st
     return Register(PackageRegistry(strPackage), strVolume);
 }
 
-bool VESKSystemdPackageVolumeUnregister(const string& strPackage, const string& strVolume)
+bool VESKSystemdPackageVolumeUnregister(const std::string& strPackage, const std::string& strVolume)
 {
     return VESK_ARGUMENT_NAME(strPackage) && VESK_ARGUMENT(IsEntryName(strPackage)) &&
            IsVolumePath(strVolume) && Unregister(PackageRegistry(strPackage), strVolume);
 }
 
-bool VESKSystemdVolumeIsRegisteredByUnit(const string& strUnit, const std::vector<string>& vecVolumes)
+bool VESKSystemdVolumeIsRegisteredByUnit(const std::string& strUnit, const Texts& vecVolumes)
 {
     return !vecVolumes.empty() && MayBeRegistered(strUnit) &&
            IsAnyRegistered(UnitRegistry(strUnit), vecVolumes);
 }
 
-bool VESKSystemdVolumeIsRegisteredByPackage(const string& strPackage, const std::vector<string>& vecVolumes)
+bool VESKSystemdVolumeIsRegisteredByPackage(const std::string& strPackage, const Texts& vecVolumes)
 {
     return !vecVolumes.empty() && MayBeRegistered(strPackage) &&
            IsAnyRegistered(PackageRegistry(strPackage), vecVolumes);
