@@ -13,16 +13,29 @@ class ErrorRecordKeeper
 public:
     ErrorRecordKeeper()
         : m_nCode(VLIBCErrGet())
-        , m_strFile(VLIBCErrorGetFile())
+        , m_szFile(VLIBCErrorGetFile())
+        , m_strFile(m_szFile)
         , m_nLine(VLIBCErrorGetLine())
     {
     }
-    ~ErrorRecordKeeper() { VLIBCErrSetEx(m_nCode, m_strFile.c_str(), m_nLine); }
+    ~ErrorRecordKeeper()
+    {
+        // A platform that copies no texts has to get its own pointer back; of one that does the text may be another.
+        if (m_blKeep) {
+            VLIBCErrSetEx(m_nCode, m_strFile == m_szFile ? m_szFile : m_strFile.c_str(), m_nLine);
+        }
+    }
+
+    /** Lets the record be what it has become. */
+    void Forget() { m_blKeep = false; }
+
     ErrorRecordKeeper(const ErrorRecordKeeper&) = delete;
     ErrorRecordKeeper& operator=(const ErrorRecordKeeper&) = delete;
 
 private:
+    bool m_blKeep = true;
     int m_nCode;
+    const char* m_szFile;
     std::string m_strFile;
     int m_nLine;
 };

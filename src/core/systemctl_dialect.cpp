@@ -52,7 +52,8 @@ bool IsJob(const Fields& fields)
 
 bool IsPreset(std::string_view svField)
 {
-    return svField == "enabled" || svField == "disabled" || svField == "ignored" || svField == "-";
+    return svField == "enabled" || svField == "disabled" || svField == "ignored" || svField == "-" ||
+           svField == "n/a";
 }
 
 /** A row of "list-unit-files": a unit file, its state and, since 245, its preset. */
@@ -109,9 +110,14 @@ std::string Completed(const std::string& strUnit)
 
 Request RequestInDialect(Request request, SystemdKind kind)
 {
-    if (kind == SystemdKind::Current && request.strVerb == kListJobs) {
+    const bool blJobs = request.strVerb == kListJobs;
+    if (kind == SystemdKind::Platform || (!blJobs && request.strVerb != kListUnitFiles)) {
+        return request;
+    }
+    if (blJobs) {
         std::transform(request.vecUnits.begin(), request.vecUnits.end(), request.vecUnits.begin(), Completed);
     }
+    request.vecOptions.emplace_back("--full");
     return request;
 }
 

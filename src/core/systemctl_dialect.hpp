@@ -13,7 +13,8 @@ namespace VESK::Systemd
 
 /**
  * The request as that systemctl understands it. Today's knows full names only where it lists jobs, so a short one
- * is completed; a path or a pattern is no short name.
+ * is completed; a path or a pattern is no short name. And until 245 it cuts names in listings unless it
+ * is asked not to, also where it prints to no terminal.
  */
 Request RequestInDialect(Request request, SystemdKind kind = kSystemdBuilt);
 

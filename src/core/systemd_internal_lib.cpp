@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <locale>
+#include <new>
 #include <optional>
 #include <stdexcept>
 #include <unistd.h>
@@ -16,6 +17,7 @@
 #include "core/directory.hpp"
 #include "core/error_record_keeper.hpp"
 #include "core/glob_result.hpp"
+#include "core/job_row.hpp"
 #include "core/key_table.hpp"
 #include "core/log.hpp"
 #include "core/names.hpp"
@@ -227,6 +229,15 @@ void FailedUnitsCopy(const Texts& vecUnits, Texts& vecFailed)
 }
 
 bool JobInfoParse(const std::string& strLine, JobInfo& info)
+{
+    try {
+        return JobRowRead(strLine, info);
+    } catch (const std::bad_alloc&) {
+        return false;
+    }
+}
+
+bool JobRowRead(const std::string& strLine, JobInfo& info)
 {
     const Texts vecFields = Pieces(strLine, " ");
     if (vecFields.size() != 4) {

@@ -1,5 +1,6 @@
 #include "vesksystemd.hpp"
 
+#include "core/job_row.hpp"
 #include "core/log.hpp"
 #include "core/systemctl.hpp"
 #include "core/text.hpp"
@@ -14,7 +15,7 @@ constexpr int kListJobsDone = 1;
 
 bool JobOf(const std::string& strLine, JobInfo& info)
 {
-    if (JobInfoParse(strLine, info)) {
+    if (JobRowRead(strLine, info)) {
         return true;
     }
     VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to parse job info: [%s]", VESK_HERE, strLine.c_str());

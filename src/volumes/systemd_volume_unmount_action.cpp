@@ -10,6 +10,7 @@
 #include <boost/algorithm/string/join.hpp>
 
 #include "core/c_forms.hpp"
+#include "core/error_record_keeper.hpp"
 #include "core/lock_release.hpp"
 #include "core/log.hpp"
 #include "core/names.hpp"
@@ -182,16 +183,14 @@ enum class Start {
 /** Starts the services once. The error record stays as it is but for a start that was not run. */
 Start EndTargetTry()
 {
-    const int nCode = VLIBCErrGet();
-    const std::string strFile = VLIBCErrorGetFile();
-    const int nLine = VLIBCErrorGetLine();
+    ErrorRecordKeeper keeper;
     // The platform sets one for a program that could not be run, and none for a program that failed.
     VLIBCErrSetEx(0, "", 0);
     const bool blStarted = VESKSystemdStart(kEndTarget);
     if (!blStarted && VLIBCErrGet() != 0) {
+        keeper.Forget();
         return Start::NotRun;
     }
-    VLIBCErrSetEx(nCode, strFile.c_str(), nLine);
     return blStarted ? Start::Done : Start::Failed;
 }
 

@@ -112,13 +112,23 @@ bool HasProcess(const fs::path& folder)
            std::any_of(children.begin(), children.end(), HasProcess);
 }
 
+// An owner's id tells whether it lives in its own pid namespace alone, and machines in namespaces share hierarchies.
+std::string PrefixForCgroups()
+{
+    struct stat status {
+    };
+    Require(stat("/proc/self/ns/pid", &status), "look at", "/proc/self/ns/pid");
+    return kPrefix + std::to_string(status.st_ino) + "-";
+}
+
 bool IsAbandoned(const fs::path& folder)
 {
     const std::string name = folder.filename();
-    if (name.rfind(kPrefix, 0) != 0) {
+    const std::string prefix = PrefixForCgroups();
+    if (name.rfind(prefix, 0) != 0) {
         return false;
     }
-    const std::size_t begin = kPrefix.size();
+    const std::size_t begin = prefix.size();
     const std::string owner = name.substr(begin, name.find('-', begin) - begin);
     return access(("/proc/" + owner).c_str(), F_OK) != 0 && !HasProcess(folder);
 }
@@ -194,7 +204,7 @@ void MountHierarchies(const std::string& base, CgroupLayout layout)
 std::string NameForCgroups()
 {
     std::random_device random;
-    return kPrefix + std::to_string(getpid()) + "-" + std::to_string(random());
+    return PrefixForCgroups() + std::to_string(getpid()) + "-" + std::to_string(random());
 }
 
 std::string SystemFolder(const std::string& base, const std::string& hierarchy, const std::string& name)

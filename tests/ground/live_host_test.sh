@@ -34,9 +34,9 @@ snapshot() {
 
 # What is left of the system whose owner has the pid: processes in its cgroup or with our mark, folders.
 leftovers() {
-    grep -l "/vesk-live-$1-" /proc/[0-9]*/cgroup 2>/dev/null
+    grep -l "/vesk-live-[0-9]*-$1-" /proc/[0-9]*/cgroup 2>/dev/null
     grep -lz "^$tag=" /proc/[0-9]*/environ 2>/dev/null | grep -v "/$$/"
-    for mount in $(cgroup_mounts); do find "$mount" -maxdepth 1 -name "vesk-live-$1-*"; done
+    for mount in $(cgroup_mounts); do find "$mount" -maxdepth 1 -name "vesk-live-*-$1-*"; done
     pgrep -x vesk-live-keep >/dev/null || grep ':name=veskmonitor:' /proc/self/cgroup
     ls -d /tmp/inside-$$ /run/inside-$$ /etc/inside-$$ /usr/vesk/inside-$$ /etc/systemd/system/inside-$$ 2>/dev/null
 }

@@ -214,10 +214,23 @@ Texts Asked(const char* verb, const Texts& units, SystemdKind kind = kCurrent)
 {
     const Request request = RequestInDialect(Request{verb, {"--no-legend"}, units, true, true}, kind);
     EXPECT_EQ(request.strVerb, verb);
-    EXPECT_THAT(request.vecOptions, ElementsAre("--no-legend"));
+    const bool isWhole = kind == kCurrent && std::string(verb).rfind("list-", 0) == 0;
+    EXPECT_EQ(request.vecOptions, isWhole ? Texts({"--no-legend", "--full"}) : Texts({"--no-legend"}));
     EXPECT_TRUE(request.blForceSystem);
     EXPECT_TRUE(request.blMeasured);
     return request.vecUnits;
+}
+
+TEST(AskingForAListing, WantsNamesThatAreNotCut)
+{
+    EXPECT_THAT(RequestInDialect(Request{"list-unit-files", {"--type", "service"}, {}}, kCurrent).vecOptions,
+                ElementsAre("--type", "service", "--full"));
+}
+
+TEST(ListOfUnitFiles, HasUnitsWhosePresetCannotBeTold)
+{
+    EXPECT_THAT(Heard("list-unit-files", Given(0, {"foo.service  enabled  n/a\n"})).vecLines,
+                ElementsAre("foo.service enabled\n"));
 }
 
 TEST(AskingForJobs, CompletesShortNames)
