@@ -67,13 +67,17 @@ int VLIBCErrorGetLine(void);
  *
  * `mode` is "r" (the child's standard output) or "rB" (its standard error goes to the same pipe). The child's
  * standard input is /dev/null, and so is its standard error with "r": no other descriptor of the caller reaches
- * it. Its signals are neither blocked, ignored nor handled, and its umask is 022. Its environment is the caller's
- * less what changes what systemctl says or does, or whom it asks: SYSTEMD_*, SYSTEMCTL_*, PAGER, LESS,
- * LESSCHARSET, NO_COLOR, COLORTERM, DBUS_SYSTEM_BUS_ADDRESS, DBUS_STARTER_ADDRESS, DBUS_STARTER_BUS_TYPE, COLUMNS,
- * LINES, POSIXLY_CORRECT, PS_*, CMD_ENV, UNIX95 and I_WANT_A_BROKEN_PS; other threads may set variables meanwhile.
- * No shell is involved and no PATH searched, and the caller's page tables are not copied. Returns null, with the
- * error record set, when the program cannot be started, a missing one included. Reading goes on through interruptions by signals. The stream is closed with
- * VLIBCPclose, which alone can tell how the child ended.
+ * it. Its signals are neither blocked, ignored nor handled, and its umask is 022. No shell is involved and no PATH
+ * searched, and the caller's page tables are not copied.
+ *
+ * Its environment is the caller's less what changes what systemctl says or does, or whom it asks: SYSTEMD_*,
+ * SYSTEMCTL_*, PAGER, LESS, LESSCHARSET, NO_COLOR, COLORTERM, DBUS_SYSTEM_BUS_ADDRESS, DBUS_STARTER_ADDRESS,
+ * DBUS_STARTER_BUS_TYPE, COLUMNS, LINES, POSIXLY_CORRECT, PS_*, CMD_ENV, UNIX95 and I_WANT_A_BROKEN_PS. Other threads
+ * may change variables meanwhile, and with glibc 2.41 and later add some: before, that may free what is read here.
+ *
+ * Returns null, with the error record set, when the program cannot be started, a missing one included. Reading goes
+ * on through interruptions by signals. The stream is closed with VLIBCPclose, which alone can tell how the child
+ * ended.
  */
 FILE* VLIBCPopenv(const char* path, const char* mode, char* const argv[]);
 
