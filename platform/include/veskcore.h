@@ -73,7 +73,7 @@ int VLIBCErrorGetLine(void);
  * Its environment is the caller's less what changes what systemctl says or does, or whom it asks: SYSTEMD_*,
  * SYSTEMCTL_*, PAGER, LESS, LESSCHARSET, NO_COLOR, COLORTERM, DBUS_SYSTEM_BUS_ADDRESS, DBUS_STARTER_ADDRESS,
  * DBUS_STARTER_BUS_TYPE, COLUMNS, LINES, POSIXLY_CORRECT, PS_*, CMD_ENV, UNIX95 and I_WANT_A_BROKEN_PS. Other threads
- * may change variables meanwhile, and with glibc 2.41 and later add some: before, that may free what is read here.
+ * may set variables meanwhile.
  *
  * Returns null, with the error record set, when the program cannot be started, a missing one included. Reading goes
  * on through interruptions by signals. The stream is closed with VLIBCPclose, which alone can tell how the child

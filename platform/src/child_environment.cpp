@@ -1,7 +1,11 @@
 #include "child_environment.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <string_view>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace VESK::Platform
@@ -60,29 +64,95 @@ bool IsWithheld(std::string_view variable)
                        [name](std::string_view pattern) { return Matches(name, pattern); });
 }
 
-void Copy(std::vector<char*>& variables)
+/**
+ * Reads by the kernel what another thread may free meanwhile, which fails where a plain read would end the process. As
+ * much as lies on one page; -1, with errno set, when nothing could be read.
+ */
+ssize_t ReadMemory(const void* from, void* to, std::size_t size)
+{
+    constexpr std::size_t kPage = 4096;
+    const std::size_t left = kPage - reinterpret_cast<std::uintptr_t>(from) % kPage;
+    const iovec local{to, std::min(size, left)};
+    const iovec remote{const_cast<void*>(from), local.iov_len};
+    return process_vm_readv(getpid(), &local, 1, &remote, 1, 0);
+}
+
+/** Copies the list as it is at one moment, or several; false when it went away meanwhile. */
+bool Copy(std::vector<char*>& variables)
 {
     variables.clear();
-    char** variable = __atomic_load_n(&environ, __ATOMIC_ACQUIRE);
-    for (char* text = nullptr;
-         variable != nullptr && (text = __atomic_load_n(variable, __ATOMIC_ACQUIRE)) != nullptr; ++variable) {
-        variables.push_back(text);
+    char** list = __atomic_load_n(&environ, __ATOMIC_ACQUIRE);
+    while (list != nullptr) {
+        std::array<char*, 64> piece{};
+        const ssize_t size = ReadMemory(list, piece.data(), sizeof piece);
+        if (size < static_cast<ssize_t>(sizeof(char*))) {
+            return false;
+        }
+        auto* const last = piece.begin() + static_cast<std::size_t>(size) / sizeof(char*);
+        auto* const end = std::find(piece.begin(), last, nullptr);
+        variables.insert(variables.end(), piece.begin(), end);
+        list = end == last ? list + (last - piece.begin()) : nullptr;
     }
+    return true;
+}
+
+/** Whether there is memory at each place: a list that was freed may hold what never was a variable. */
+bool AreThere(const std::vector<char*>& variables)
+{
+    constexpr std::size_t kMostPlaces = 1024;
+    std::array<char, kMostPlaces> firsts{};
+    std::vector<iovec> places;
+    places.reserve(variables.size());
+    for (char* variable : variables) {
+        places.push_back({variable, 1});
+    }
+    for (std::size_t begin = 0; begin < places.size(); begin += kMostPlaces) {
+        const std::size_t count = std::min(kMostPlaces, places.size() - begin);
+        const iovec local{firsts.data(), count};
+        if (process_vm_readv(getpid(), &local, 1, &places[begin], count, 0) != static_cast<ssize_t>(count)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/** The list as it stands, for a kernel that reads no memory for others. */
+std::vector<char*> PlainCopy()
+{
+    std::vector<char*> variables;
+    for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
+        variables.push_back(*variable);
+    }
+    return variables;
+}
+
+bool IsReadByKernel()
+{
+    char from = 0;
+    char to = 0;
+    return ReadMemory(&from, &to, 1) == 1;
+}
+
+/** A copy that is like the next one, if there is one, of variables that are there. */
+std::vector<char*> StableCopy()
+{
+    std::vector<char*> variables;
+    std::vector<char*> again;
+    for (int copies = 0; copies < kMostCopies; ++copies) {
+        if (Copy(variables) && Copy(again) && again == variables && AreThere(variables)) {
+            return variables;
+        }
+    }
+    while (!Copy(variables) || !AreThere(variables)) {
+    }
+    return variables;
 }
 
 } // namespace
 
 ChildEnvironment::ChildEnvironment()
+    : m_variables(IsReadByKernel() ? StableCopy() : PlainCopy())
 {
-    std::vector<char*> again;
-    Copy(m_variables);
-    for (int copies = 0; copies < kMostCopies; ++copies) {
-        Copy(again);
-        if (again == m_variables) {
-            break;
-        }
-        m_variables.swap(again);
-    }
     m_variables.erase(std::remove_if(m_variables.begin(), m_variables.end(), IsWithheld), m_variables.end());
     m_variables.push_back(nullptr);
 }
