@@ -57,13 +57,6 @@ bool Matches(std::string_view name, std::string_view pattern)
     return name.substr(0, pattern.size()) == pattern;
 }
 
-bool IsWithheld(std::string_view variable)
-{
-    const auto name = variable.substr(0, variable.find('='));
-    return std::any_of(std::begin(kWithheld), std::end(kWithheld),
-                       [name](std::string_view pattern) { return Matches(name, pattern); });
-}
-
 /**
  * Reads by the kernel what another thread may free meanwhile, which fails where a plain read would end the process. As
  * much as lies on one page; -1, with errno set, when nothing could be read.
@@ -75,6 +68,22 @@ ssize_t ReadMemory(const void* from, void* to, std::size_t size)
     const iovec local{to, std::min(size, left)};
     const iovec remote{const_cast<void*>(from), local.iov_len};
     return process_vm_readv(getpid(), &local, 1, &remote, 1, 0);
+}
+
+bool IsWithheld(const char* variable)
+{
+    // Longer than the names that are withheld. The text goes on where its page ends.
+    std::array<char, 32> begin{};
+    const ssize_t size = ReadMemory(variable, begin.data(), begin.size());
+    if (size < 0) {
+        std::string_view(variable).copy(begin.data(), begin.size());
+    } else if (static_cast<std::size_t>(size) < begin.size()) {
+        ReadMemory(variable + size, begin.data() + size, begin.size() - static_cast<std::size_t>(size));
+    }
+    const std::string_view text(begin.data(), begin.size());
+    const auto name = text.substr(0, text.find_first_of(std::string_view("=\0", 2)));
+    return std::any_of(std::begin(kWithheld), std::end(kWithheld),
+                       [name](std::string_view pattern) { return Matches(name, pattern); });
 }
 
 /** Copies the list as it is at one moment, or several; false when it went away meanwhile. */
