@@ -19,14 +19,8 @@
  *              the action failed, never cleared.
  * Buffers      The caller's. A value that does not fit with its terminating zero sets 0x0100, fails, and leaves
  *              the buffer as it was.
- * Errors       The calling thread's error record (VLIBCErrGet) tells why a call failed where a code is named here:
- *              0x0D00  invalid argument, also a unit that must be a service but is not
- *              0x0100  the output buffer is too small
- *              0x0700  the unit has no unit file
- *              0x0900  a folder, as /proc or that of the reasons, cannot be read
- *              0x3900  a reason could not be cleared
- *              0x8000  systemd answered with an unknown word, or a text could not be split
- *              0x8100  the "Job" property of a unit could not be read
+ * Errors       The calling thread's error record (VLIBCErrGet) tells why a call failed; VESK_SYSTEMD_ERROR below
+ *              names the codes and tells how to read it. Where a declaration names a code, it is of that kind.
  * Blocking     An action runs "/usr/bin/systemctl" as a child and returns when that has ended, which for a
  *              blocking action is when the unit's job has ended; there is no time-out of the library's own.
  *              Queries that need the manager run systemctl too and return at once, as far as it answers; those
@@ -49,9 +43,62 @@
 
 #define VESK_API __attribute__((visibility("default")))
 
+/* The version of these headers. A library of the same major version has all that they declare if it is as new. */
+#define VESK_SYSTEMD_VERSION_MAJOR 7
+#define VESK_SYSTEMD_VERSION_MINOR 0
+#define VESK_SYSTEMD_VERSION_PATCH 0
+
+/** A version as one number, to compare: `#if VESK_SYSTEMD_VERSION >= VESK_SYSTEMD_VERSION_NUMBER(7, 1, 0)`. */
+#define VESK_SYSTEMD_VERSION_NUMBER(major, minor, patch) ((major)*10000 + (minor)*100 + (patch))
+#define VESK_SYSTEMD_VERSION                                                                                 \
+    VESK_SYSTEMD_VERSION_NUMBER(VESK_SYSTEMD_VERSION_MAJOR, VESK_SYSTEMD_VERSION_MINOR,                      \
+                                VESK_SYSTEMD_VERSION_PATCH)
+
 #ifdef __cplusplus
 extern "C" {
 #endif
+
+/* ---- Errors -------------------------------------------------------------------------------------------- */
+
+/**
+ * What the library puts into the calling thread's error record, and what it means for the caller.
+ *
+ * A call that succeeds may leave anything in the record, and one that fails without a code leaves what was there. So
+ * clear it before a call, and read it when the call has failed, before any other:
+ *
+ *     VLIBCErrSetEx(0, "", 0);
+ *     if (VESKCSystemdNameGet(unit, name, sizeof name)) {
+ *         return 0;
+ *     }
+ *     switch (VLIBCErrGet()) {
+ *     case VESK_SYSTEMD_ERROR_NO_UNIT_FILE:
+ *
+ * VLIBCErrorGetFile and VLIBCErrorGetLine tell where the code was set. A failed call that leaves 0 has no code of its
+ * own: systemctl has refused or failed, which is told by the failed units and by the log. Any other code is the
+ * platform's, from a call that the library depended on: a program that cannot be started, a file that cannot be
+ * written, a lock that was not to be had (veskcore.h, which gives 0x0700, 0x0900 and 0x0D00 the same sense for paths,
+ * files and arguments). More codes may be added.
+ */
+typedef enum VESK_SYSTEMD_ERROR {
+    /** Nothing was set. */
+    VESK_SYSTEMD_ERROR_NONE = 0,
+    /** The caller's buffer is too short for the value and its zero. Nothing was written: try a larger one. */
+    VESK_SYSTEMD_ERROR_BUFFER_TOO_SMALL = 0x0100,
+    /** The unit has no unit file: it is not installed, or its name is wrong. */
+    VESK_SYSTEMD_ERROR_NO_UNIT_FILE = 0x0700,
+    /** A folder, as /proc or that of the reasons, cannot be read. The answer is not known: it is not "none". */
+    VESK_SYSTEMD_ERROR_FOLDER_UNREADABLE = 0x0900,
+    /** An argument was refused, also a unit that must be a service but is not. Nothing was done: it is a mistake of
+     * the caller's, which will not pass when it is tried again. */
+    VESK_SYSTEMD_ERROR_INVALID_ARGUMENT = 0x0D00,
+    /** A reason could not be cleared: the service is still held. */
+    VESK_SYSTEMD_ERROR_REASON_NOT_CLEARED = 0x3900,
+    /** systemd answered with a word that the library does not know, as a newer release may; or a text could not be
+     * split. The state is not known. */
+    VESK_SYSTEMD_ERROR_UNKNOWN_WORD = 0x8000,
+    /** The "Job" property of a unit could not be read: whether a job is queued is not known. */
+    VESK_SYSTEMD_ERROR_JOB_UNREADABLE = 0x8100
+} VESK_SYSTEMD_ERROR;
 
 /* ---- Unit actions -------------------------------------------------------------------------------------- */
 /*

@@ -16,6 +16,7 @@
 #define VESKSYSTEMD_HPP
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <functional>
@@ -23,6 +24,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -803,5 +805,45 @@ VESK_API bool VESKSystemdFirewallSectionsGet(const std::string& strUnit,
 VESK_API bool VESKSystemdPackedInGet(const std::string& strUnit, std::vector<std::string>& vecTargets);
 /** Appends the targets named by "BelongsTo". */
 VESK_API bool VESKSystemdBelongsToGet(const std::string& strUnit, std::vector<std::string>& vecTargets);
+
+/* ---- Lists where one unit is wanted -------------------------------------------------------------------- */
+/*
+ * In place of one unit {"a", "b"} would be a string that begins at "a" and ends at "b", wherever those are, and not a
+ * list. So it does not compile: the forms for lists take a second one, for the units that failed.
+ */
+
+#define VESK_ONE_UNIT(name)                                                                                  \
+    template <std::size_t nUnits, std::enable_if_t<(nUnits > 1), int> = 0>                                   \
+    bool name(const char* const(&)[nUnits]) = delete
+#define VESK_ONE_SERVICE(name)                                                                               \
+    template <std::size_t nServices, std::enable_if_t<(nServices > 1), int> = 0>                             \
+    bool name(const std::string&, const char* const(&)[nServices]) = delete
+
+VESK_ONE_UNIT(VESKSystemdStart);
+VESK_ONE_UNIT(VESKSystemdStop);
+VESK_ONE_UNIT(VESKSystemdRestart);
+VESK_ONE_UNIT(VESKSystemdTryRestart);
+VESK_ONE_UNIT(VESKSystemdReload);
+VESK_ONE_UNIT(VESKSystemdReloadOrRestart);
+VESK_ONE_UNIT(VESKSystemdStartNoBlock);
+VESK_ONE_UNIT(VESKSystemdStopNoBlock);
+VESK_ONE_UNIT(VESKSystemdRestartNoBlock);
+VESK_ONE_UNIT(VESKSystemdTryRestartNoBlock);
+VESK_ONE_UNIT(VESKSystemdReloadNoBlock);
+VESK_ONE_UNIT(VESKSystemdReloadOrRestartNoBlock);
+VESK_ONE_UNIT(VESKSystemdEnable);
+VESK_ONE_UNIT(VESKSystemdEnableInGenerator);
+VESK_ONE_UNIT(VESKSystemdDisable);
+VESK_ONE_UNIT(VESKSystemdDisableInGenerator);
+VESK_ONE_UNIT(VESKSystemdReenable);
+VESK_ONE_UNIT(VESKSystemdMask);
+VESK_ONE_UNIT(VESKSystemdUnmask);
+VESK_ONE_UNIT(VESKSystemdUninstall);
+VESK_ONE_SERVICE(VESKSystemdServiceStopByReason);
+VESK_ONE_SERVICE(VESKSystemdServiceStartByReason);
+VESK_ONE_SERVICE(VESKSystemdServiceReasonRemove);
+
+#undef VESK_ONE_UNIT
+#undef VESK_ONE_SERVICE
 
 #endif

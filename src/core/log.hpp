@@ -3,6 +3,7 @@
 #include <syslog.h>
 
 #include <veskcore.h>
+#include <vesksystemd.h>
 
 /** Where a line is logged or an error is set: the source file's name and the line. */
 #define VESK_HERE __FILE_NAME__, __LINE__
@@ -31,15 +32,15 @@
 namespace VESK::Systemd
 {
 
-/** The codes that the library puts into the error record. */
+/** The codes that the library puts into the error record, by what went wrong here; callers know them as on the right. */
 enum ErrorCode : int {
-    ERR_BUFFER_TOO_SMALL = 0x0100,
-    ERR_NO_UNIT_FILE = 0x0700,
-    ERR_OPEN_DIRECTORY = 0x0900,
-    ERR_INVALID_ARGUMENT = 0x0D00,
-    ERR_REMOVE_REASON = 0x3900,
-    ERR_UNEXPECTED = 0x8000,
-    ERR_READ_JOB = 0x8100,
+    ERR_BUFFER_TOO_SMALL = VESK_SYSTEMD_ERROR_BUFFER_TOO_SMALL,
+    ERR_NO_UNIT_FILE = VESK_SYSTEMD_ERROR_NO_UNIT_FILE,
+    ERR_OPEN_DIRECTORY = VESK_SYSTEMD_ERROR_FOLDER_UNREADABLE,
+    ERR_INVALID_ARGUMENT = VESK_SYSTEMD_ERROR_INVALID_ARGUMENT,
+    ERR_REMOVE_REASON = VESK_SYSTEMD_ERROR_REASON_NOT_CLEARED,
+    ERR_UNEXPECTED = VESK_SYSTEMD_ERROR_UNKNOWN_WORD,
+    ERR_READ_JOB = VESK_SYSTEMD_ERROR_JOB_UNREADABLE,
 };
 
 /**

@@ -14,6 +14,13 @@ block cpp >"$WORK/control_unit.cpp"
 same 'the C++ program in README.md is not examples/control_unit.cpp' "$SOURCE/examples/control_unit.cpp" \
     "$WORK/control_unit.cpp"
 
+# The lines of code in a comment of the header are those of an example.
+sed -n 's/^ \*     \( \{0,8\}[^ ].*\)$/\1/p' "$SOURCE/include/vesksystemd.h" | sed 's/^ *//' >"$WORK/header.txt"
+[ -s "$WORK/header.txt" ] || fail 'vesksystemd.h shows no code'
+while read -r line; do
+    cat "$SOURCE"/examples/*.c | grep -qF -- "$line" || fail "vesksystemd.h shows what no example does: $line"
+done <"$WORK/header.txt"
+
 grep -o '](\([^):]*\))' "$SOURCE/README.md" | sed 's/^](//; s/)$//' >"$WORK/links.txt"
 [ -s "$WORK/links.txt" ] || fail 'README.md has no links'
 while read -r file; do
