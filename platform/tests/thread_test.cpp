@@ -16,16 +16,6 @@
 #include "forking_threads.hpp"
 #include "run_program.hpp"
 
-#ifdef __SANITIZE_THREAD__
-// A child shares its caller's memory until it runs its program, what the sanitizer remembers of descriptors included: a
-// pipe that it closes there is forgotten without the sanitizer's seeing it.
-extern "C" [[gnu::visibility("default")]] const char* __tsan_default_suppressions();
-extern "C" const char* __tsan_default_suppressions()
-{
-    return "race:OpenPipe\n";
-}
-#endif
-
 namespace VeskTest
 {
 namespace

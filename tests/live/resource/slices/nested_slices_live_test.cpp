@@ -114,7 +114,7 @@ protected:
             .Service("Delegate=yes")
             .Service("WorkingDirectory=" + std::string(kVolume))
             .Service("ExecStart=/bin/sh -c 'mkdir -p " + folder + " && echo $$$$ > " + folder + "/" +
-                     SystemdTree().members + " && touch /run/payer-is-up && exec sleep infinity'");
+                     SystemdTree().members + " && : >/run/payer-is-up && exec sleep infinity'");
     }
     static pid_t StartPayer(const std::string& group)
     {
