@@ -372,7 +372,8 @@ TEST_F(ProcessSample, ShowsWhatIsWrittenToADisk)
     const Process process(writer.Pid());
     VeskGround::WriteAll(go.write.Get(), "x", "the pipe");
     char answer = 0;
-    VeskGround::Require(read(done.read.Get(), &answer, 1), "wait for", "the writer");
+    done.write.Close(); // a writer that fails is not waited for
+    ASSERT_EQ(read(done.read.Get(), &answer, 1), 1);
     RemoveAll(path);
 
     Counter bytesRead = 0;
