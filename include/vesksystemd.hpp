@@ -425,7 +425,10 @@ private:
     std::set<Process> m_setProcesses;
 };
 
-/** Moves the calling process into a slice of a hierarchy, "systemd" or "veskmonitor". */
+/**
+ * Moves the calling process into a slice of a hierarchy, "systemd" or "veskmonitor", or another by the name of its
+ * folder: one that leads out of /sys/fs/cgroup is refused (0x0D00).
+ */
 VESK_API bool MoveToCgroupSlice(const std::string& strSlice, const std::string& strHierarchy);
 
 } // namespace VESK::Systemd

@@ -4,6 +4,7 @@
 
 #include "core/c_forms.hpp"
 #include "core/log.hpp"
+#include "core/names.hpp"
 #include "core/text.hpp"
 #include "resource/cgroup_layout.hpp"
 #include "resource/pid_write.hpp"
@@ -25,7 +26,8 @@ bool IsSliceName(const std::string& strSlice)
 bool MoveToCgroupSlice(const std::string& strGivenSlice, const std::string& strHierarchy)
 {
     const std::string strSlice = BeforeZero(strGivenSlice);
-    if (!VESK_ARGUMENT(!strSlice.empty() && IsSliceName(strSlice))) {
+    if (!VESK_ARGUMENT(!strSlice.empty() && IsSliceName(strSlice)) ||
+        !VESK_ARGUMENT(IsEntryName(strHierarchy))) {
         return false;
     }
     const CgroupTree tree = CgroupTreeGet(BeforeZero(strHierarchy));
