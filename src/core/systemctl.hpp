@@ -25,6 +25,8 @@ struct Request {
 struct Answer {
     /** False when systemctl could not be run or not be heard out, or was not to be run for a job that is queued. */
     bool blGiven = false;
+    /** Systemctl was not to be run, for a job that is queued. */
+    bool blRefused = false;
     /** 0 for a systemctl that a signal ended. */
     int nExitCode = 0;
     /** What it printed to both its outputs, line by line, each with its line feed. */

@@ -140,7 +140,9 @@ Answer Ask(const Request& given)
     const Decision decision = ServiceControlDecide(request, VESKSystemGetBootStep, JobOf);
     if (decision.verdict == Verdict::Refuse) {
         LogRefusal(request, decision.job);
-        return {};
+        Answer answer;
+        answer.blRefused = true;
+        return answer;
     }
     if (decision.verdict == Verdict::RunWithoutBlocking) {
         request.vecOptions.emplace_back("--no-block");
@@ -148,7 +150,9 @@ Answer Ask(const Request& given)
     if (PassesOverStoppingUnits(request.strVerb)) {
         request.vecUnits = UnitsThatStay(request.vecUnits);
         if (request.vecUnits.empty()) {
-            return {true, 0, {}};
+            Answer answer;
+            answer.blGiven = true;
+            return answer;
         }
     }
     return request.blMeasured ? RunMeasured(request) : Run(request);

@@ -4,6 +4,7 @@
 #include "core/log.hpp"
 #include "core/names.hpp"
 #include "core/text.hpp"
+#include "units/systemd_start.hpp"
 #include "units/unit_action.hpp"
 
 using namespace VESK::Systemd;
@@ -24,12 +25,17 @@ constexpr UnitAction kStart{
 
 } // namespace
 
-bool VESKSystemdStartWithOptions(const Texts& vecOptions, const Texts& vecGivenUnits, Texts& vecFailed)
+ActionEnd VESK::Systemd::StartTry(const Texts& vecOptions, const Texts& vecGivenUnits, Texts& vecFailed)
 {
     const Texts vecUnits = NamesGet(vecGivenUnits);
-    const bool blResult = UnitActionRun(kStart, vecOptions, vecUnits, vecFailed);
-    VESKSystemdLogAction(kStartAction, blResult, vecUnits, vecFailed);
-    return blResult;
+    const ActionEnd end = UnitActionTry(kStart, vecOptions, vecUnits, vecFailed);
+    VESKSystemdLogAction(kStartAction, end == ActionEnd::Done, vecUnits, vecFailed);
+    return end;
+}
+
+bool VESKSystemdStartWithOptions(const Texts& vecOptions, const Texts& vecUnits, Texts& vecFailed)
+{
+    return StartTry(vecOptions, vecUnits, vecFailed) == ActionEnd::Done;
 }
 
 bool VESKSystemdStart(const Texts& vecUnits, Texts& vecFailed)

@@ -91,22 +91,33 @@ bool MasksEnd(const UnitAction& action, bool blMasked, const Texts& vecUnits, Te
 
 } // namespace
 
-bool UnitActionRun(const UnitAction& action, const Texts& vecOptions, const Texts& vecGivenUnits,
-                   Texts& vecFailed)
+ActionEnd UnitActionTry(const UnitAction& action, const Texts& vecOptions, const Texts& vecGivenUnits,
+                        Texts& vecFailed)
 {
     const Texts vecUnits = NamesGet(vecGivenUnits);
     if (!VESK_ARGUMENT_AT(action.begin.szFile, action.begin.nLine, !vecUnits.empty())) {
-        return false;
+        return ActionEnd::Failed;
     }
     LogUnits(LOG_INFO, action.begin, vecUnits);
     const bool blMasks = action.kind == ActionKind::Masks;
     const auto request = [&] {
         return Request{action.szVerb, vecOptions, vecUnits, false, action.kind != ActionKind::Units};
     };
+    bool blRun = false;
     const bool blResult = AskAndJudge(request, [&](const Answer& answer) {
+        // Memory that ends while an answer is judged does not undo it.
+        blRun = blRun || answer.blGiven || answer.blRefused;
         return blMasks ? IsMasked(action, answer) : Judge(action, answer, vecUnits, vecFailed);
     });
-    return blMasks ? MasksEnd(action, blResult, vecUnits, vecFailed) : blResult;
+    if (blMasks ? MasksEnd(action, blResult, vecUnits, vecFailed) : blResult) {
+        return ActionEnd::Done;
+    }
+    return blRun ? ActionEnd::Failed : ActionEnd::NotRun;
+}
+
+bool UnitActionRun(const UnitAction& action, const Texts& vecOptions, const Texts& vecUnits, Texts& vecFailed)
+{
+    return UnitActionTry(action, vecOptions, vecUnits, vecFailed) == ActionEnd::Done;
 }
 
 } // namespace VESK::Systemd

@@ -46,8 +46,19 @@ struct UnitAction {
     LogLine failed;
 };
 
+enum class ActionEnd {
+    Done,
+    Failed,
+    /** Systemctl could not be run or not be heard out, which may soon be otherwise. */
+    NotRun,
+};
+
 /** Runs the action; appends the units that failed. An empty list of units is an invalid argument. */
-bool UnitActionRun(const UnitAction& action, const Texts& vecOptions, const Texts& vecGivenUnits,
+ActionEnd UnitActionTry(const UnitAction& action, const Texts& vecOptions, const Texts& vecGivenUnits,
+                        Texts& vecFailed);
+
+/** The same for those to whom all failures are one. */
+bool UnitActionRun(const UnitAction& action, const Texts& vecOptions, const Texts& vecUnits,
                    Texts& vecFailed);
 
 } // namespace VESK::Systemd

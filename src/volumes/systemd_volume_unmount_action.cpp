@@ -17,6 +17,7 @@
 #include "core/paths.hpp"
 #include "core/pause.hpp"
 #include "core/text.hpp"
+#include "units/systemd_start.hpp"
 #include "volumes/mount_path_services.hpp"
 
 using namespace VESK::Systemd;
@@ -174,41 +175,33 @@ bool TargetsMake(const Services& setServices)
            TargetWrite(kEndTarget, "Wants", setServices) && VESKSystemdDaemonReload();
 }
 
-enum class Start {
-    Done,
-    Failed,
-    NotRun, ///< systemctl could not even be run
-};
-
 /** Starts the services once. The error record stays as it is but for a start that was not run. */
-Start EndTargetTry()
+ActionEnd EndTargetTry()
 {
     ErrorRecordKeeper keeper;
-    // The platform sets one for a program that could not be run, and none for a program that failed.
-    VLIBCErrSetEx(0, "", 0);
-    const bool blStarted = VESKSystemdStart(kEndTarget);
-    if (!blStarted && VLIBCErrGet() != 0) {
+    Texts vecFailed;
+    const ActionEnd end = StartTry({}, {kEndTarget}, vecFailed);
+    if (end == ActionEnd::NotRun) {
         keeper.Forget();
-        return Start::NotRun;
     }
-    return blStarted ? Start::Done : Start::Failed;
+    return end;
 }
 
 /** Starts the services again. What keeps systemctl from being run, as a lack of memory, may soon be over. */
 bool ServicesStart()
 {
-    Start start = Start::NotRun;
-    for (int nTries = 0; start == Start::NotRun && nTries < kMostTries; ++nTries) {
+    ActionEnd end = ActionEnd::NotRun;
+    for (int nTries = 0; end == ActionEnd::NotRun && nTries < kMostTries; ++nTries) {
         if (nTries != 0) {
             PauseSecond();
         }
         try {
-            start = EndTargetTry();
+            end = EndTargetTry();
         } catch (const std::bad_alloc&) {
-            start = Start::NotRun;
+            end = ActionEnd::NotRun;
         }
     }
-    return start == Start::Done;
+    return end == ActionEnd::Done;
 }
 
 /** Runs the action while the services are stopped, and starts them again whatever comes of it. */

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <new>
+#include <optional>
 
+#include "boot_step.hpp"
 #include "memory_fault.hpp"
 #include "unmount_ground.hpp"
 
@@ -11,8 +13,10 @@ namespace VeskTest
 namespace
 {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Matches;
 
 class UnmountMemory : public UnmountTest
 {
@@ -40,7 +44,28 @@ protected:
 
     bool returned = false;
 
-private:
+    // How often the services were to be started again.
+    long EndStarts() const
+    {
+        const Words steps = Steps();
+        return std::count(steps.begin(), steps.end(), kStartEnd);
+    }
+
+    // Unmounts with an allocation that fails after the action, counted from there.
+    bool EndsWithout(long allocation)
+    {
+        std::optional<AllocationFault> fault;
+        try {
+            returned = _VESKSystemdVolumeUnmountAction({kVolume}, [&] {
+                fault.emplace(allocation);
+                return true;
+            });
+        } catch (const std::bad_alloc&) {
+            returned = false;
+        }
+        return AllocationFault::Struck();
+    }
+
     void Forget()
     {
         runs = 0;
@@ -82,6 +107,48 @@ TEST_F(UnmountMemory, ThatIsLackingForTheDependencyOfAUnitLeavesThatUnitOut)
     EXPECT_EQ(runs, 1);
     EXPECT_EQ(ReadText(kBeginFile), BeginText("b.service"));
     EXPECT_THAT(Steps(), ElementsAre(kReload, kStartBegin, kStartEnd));
+}
+
+TEST_F(UnmountMemory, ThatIsLackingForTheStartOfTheServicesIsWaitedFor)
+{
+    const auto notRun = Error("systemd_start.cpp", "vesksystemd: [unmount-volume-end.target] start failed.");
+    spy.StopTheClock();
+    int waits = 0;
+    bool struck = true;
+    for (long allocation = 0; struck; ++allocation) {
+        Forget();
+        struck = EndsWithout(allocation);
+        EXPECT_GE(EndStarts(), 1) << "without allocation " << allocation;
+        const std::vector<SyslogLine> lines = log.Take();
+        if (Matches(Contains(notRun))(lines) && EndStarts() == 1 && returned) {
+            waits += 1;
+        }
+    }
+    EXPECT_GT(waits, 5);
+}
+
+TEST_F(UnmountMemory, ThatIsLackingForTheQueueDoesNotRepeatAStartThatFailed)
+{
+    spy.StopTheClock();
+    SetBootStep(0);
+    systemctl.On({"list-jobs", "--no-legend", "unmount-volume-end.target"})
+        .Stdout("7 unmount-volume-end.target stop waiting\n")
+        .Exit(1);
+    systemctl.On({"start", "unmount-volume-end.target"}).Exit(1);
+    const auto noJobs = Error("systemd_job_list.cpp", "vesksystemd: list-jobs failed.");
+    int failures = 0;
+    bool struck = true;
+    for (long allocation = 0; struck; ++allocation) {
+        Forget();
+        struck = EndsWithout(allocation);
+        const std::vector<SyslogLine> lines = log.Take();
+        if (Matches(Contains(noJobs))(lines)) {
+            EXPECT_EQ(EndStarts(), 1) << "without allocation " << allocation;
+            ++failures;
+        }
+    }
+    ClearBootStep();
+    EXPECT_GT(failures, 5);
 }
 
 } // namespace
