@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <string>
 #include <sys/stat.h>
 
@@ -19,6 +20,12 @@ inline bool IsOwnDirectory(const std::string& strPath)
     struct stat status {
     };
     return lstat(strPath.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+/** Whether a call failed for lack of descriptors or memory, which tells nothing of what it was made for. */
+inline bool IsShortage(int nError)
+{
+    return nError == EMFILE || nError == ENFILE || nError == ENOMEM;
 }
 
 /** The text after the last "/". */

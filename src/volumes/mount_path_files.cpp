@@ -9,16 +9,12 @@
 #include <unistd.h>
 
 #include "core/directory.hpp"
+#include "core/file_system.hpp"
 #include "core/file_text.hpp"
 #include "resource/proc_parse.hpp"
 
 namespace VESK::Systemd
 {
-
-bool IsShortage(int nError)
-{
-    return nError == EMFILE || nError == ENFILE || nError == ENOMEM;
-}
 
 MountPathFiles::MountPathFiles(const std::string& strMntPath)
     : m_strMntPath(strMntPath)

@@ -9,9 +9,6 @@
 namespace VESK::Systemd
 {
 
-/** Whether a call failed for lack of descriptors or memory, which tells nothing of what it was made for. */
-bool IsShortage(int nError);
-
 /**
  * One scan for the files of processes that lie on a mount path. What a text resolves to is the same for the
  * whole scan, so each is resolved once: all processes map the same libraries and many hold the same files.

@@ -8,7 +8,7 @@ namespace VESK::Systemd
 
 /**
  * Adds the services that use files on a mount path. False when descriptors or memory ended before all processes
- * were looked at; what was found until then stays added.
+ * were looked at, which sets the error; what was found until then stays added.
  */
 bool MountPathServicesAdd(const std::string& strMntPath, std::unordered_set<std::string>& setServices);
 

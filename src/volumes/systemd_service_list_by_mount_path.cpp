@@ -6,6 +6,7 @@
 
 #include "core/c_forms.hpp"
 #include "core/directory.hpp"
+#include "core/file_system.hpp"
 #include "core/log.hpp"
 #include "core/text.hpp"
 #include "resource/cgroup_layout.hpp"
@@ -79,9 +80,8 @@ bool UserAdd(MountPathFiles& files, int nPid, Services& setServices)
     return true;
 }
 
-} // namespace
-
-bool MountPathServicesAdd(const std::string& strMntPath, Services& setServices)
+/** Looks at all processes; false when that could not be done. */
+bool ProcessesScan(const std::string& strMntPath, Services& setServices)
 {
     MountPathFiles files(strMntPath);
     if (files.IsIncomplete()) {
@@ -97,13 +97,23 @@ bool MountPathServicesAdd(const std::string& strMntPath, Services& setServices)
     return processes.Error() == 0;
 }
 
+} // namespace
+
+bool MountPathServicesAdd(const std::string& strMntPath, Services& setServices)
+{
+    if (!ProcessesScan(strMntPath, setServices)) {
+        VLIBCErrSetEx(ERR_OPEN_DIRECTORY, VESK_HERE);
+        return false;
+    }
+    return true;
+}
+
 } // namespace VESK::Systemd
 
 bool VESKSystemdServiceListByMntPath(const std::string& strMntPath, Texts& vecServices)
 {
     std::unordered_set<std::string> setServices;
     if (!MountPathServicesAdd(BeforeZero(strMntPath), setServices)) {
-        VLIBCErrSetEx(ERR_OPEN_DIRECTORY, VESK_HERE);
         return false;
     }
     vecServices.assign(setServices.begin(), setServices.end());

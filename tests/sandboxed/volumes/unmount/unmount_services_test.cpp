@@ -179,11 +179,14 @@ TEST_F(UnmountServices, AreThoseThatDependWhenTheProcessesCannotBeListed)
 {
     AddDependent("a.service");
     spy.HideProcesses();
+    VLIBCErrSetEx(0x1234, "other.c", 7);
     EXPECT_TRUE(Run(true, {kVolume, "/volume2"}));
     EXPECT_THAT(OwnLog(),
                 ElementsAre(Error(kUnmountFile, "vesksystemd: Fail to list services by mnt path [/volume1]."),
                             Error(kUnmountFile, "vesksystemd: Fail to list services by mnt path [/volume2]."),
                             StopLine("a.service", "/volume1, /volume2")));
+    EXPECT_EQ(VLIBCErrGet(), 0x0900);
+    EXPECT_STREQ(VLIBCErrorGetFile(), "systemd_service_list_by_mount_path.cpp");
 }
 
 } // namespace
