@@ -108,9 +108,10 @@ bool Locked(Change&& change)
     return change();
 }
 
-bool Register(const Registry& registry, const std::string& strVolume)
+bool Register(const Registry& registry, const std::string& strGivenVolume)
 {
     return Locked([&] {
+        const std::string strVolume = BeforeZero(strGivenVolume);
         if (VLIBCExec("/bin/mkdir", "-p", registry.strDirectory.c_str(), nullptr, nullptr) < 0) {
             VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to mkdir [%s] [0x%04X %s:%d]", VESK_HERE,
                      registry.strDirectory.c_str(), VESK_PLATFORM_ERROR);
@@ -128,9 +129,10 @@ bool Register(const Registry& registry, const std::string& strVolume)
     });
 }
 
-bool Unregister(const Registry& registry, const std::string& strVolume)
+bool Unregister(const Registry& registry, const std::string& strGivenVolume)
 {
     return Locked([&] {
+        const std::string strVolume = BeforeZero(strGivenVolume);
         VolumeElements vecElements;
         if (!Read(registry.PathGet(), vecElements)) {
             return false;
@@ -143,8 +145,9 @@ bool Unregister(const Registry& registry, const std::string& strVolume)
     });
 }
 
-bool IsAnyRegistered(const Registry& registry, const Texts& vecVolumes)
+bool IsAnyRegistered(const Registry& registry, const Texts& vecGivenVolumes)
 {
+    const Texts vecVolumes = NamesGet(vecGivenVolumes);
     VolumeElements vecElements;
     return Read(registry.PathGet(), vecElements) &&
            std::any_of(vecVolumes.begin(), vecVolumes.end(),
@@ -161,8 +164,9 @@ bool MayBeRegistered(const std::string& strName)
     return HasName(strName);
 }
 
-bool IsVolumePath(const std::string& strVolume)
+bool IsVolumePath(const std::string& strGivenVolume)
 {
+    const std::string strVolume = BeforeZero(strGivenVolume);
     return VESK_ARGUMENT(!strVolume.empty()) && VESK_ARGUMENT('/' == strVolume.front()) &&
            VESK_ARGUMENT('/' != strVolume.back());
 }

@@ -3,6 +3,7 @@
 #include <json/json.h>
 #include <memory>
 
+#include "core/text.hpp"
 #include "volumes/json_scan.hpp"
 
 namespace VESK::Systemd
@@ -31,13 +32,16 @@ std::unique_ptr<Json::CharReader> StringReader()
     return std::unique_ptr<Json::CharReader>(builder.newCharReader());
 }
 
-/** A string that means no text, half a pair of surrogates, is none: it names no volume, and is kept. */
+/**
+ * A string that means no text, half a pair of surrogates, is none: it names no volume, and is kept. What is meant
+ * ends at a zero byte, as every path does.
+ */
 VolumeElement Element(std::string_view svText, Json::CharReader& reader)
 {
     Json::Value value;
     const bool blString =
         svText.front() == '"' && reader.parse(svText.data(), svText.data() + svText.size(), &value, nullptr);
-    return {std::string(svText), blString, blString ? value.asString() : ""};
+    return {std::string(svText), blString, blString ? BeforeZero(value.asString()) : ""};
 }
 
 /** The elements of an array that is known to be one. */
