@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "core/file_system.hpp"
+
 namespace VESK::Systemd
 {
 
@@ -20,6 +22,22 @@ const char* Directory::Next()
     }
     m_nError = errno;
     return nullptr;
+}
+
+int VisibleEntriesAppend(const std::string& strFolder, Texts& vecNames)
+{
+    Directory folder(strFolder);
+    while (const char* szEntry = folder.Next()) {
+        if (*szEntry != '.') {
+            vecNames.emplace_back(szEntry);
+        }
+    }
+    return folder.Error();
+}
+
+bool LeavesEntriesOpen(int nError)
+{
+    return IsShortage(nError) || nError == EIO;
 }
 
 } // namespace VESK::Systemd

@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "core/text.hpp"
+
 namespace VESK::Systemd
 {
 
@@ -35,5 +37,11 @@ private:
     std::unique_ptr<DIR, Closer> m_pDirectory;
     int m_nError;
 };
+
+/** Appends the names of a folder's entries that are not hidden; 0, or why these are not all. */
+int VisibleEntriesAppend(const std::string& strFolder, Texts& vecNames);
+
+/** Whether such an error leaves open what is in a folder. After any other there is nothing that the caller may see. */
+bool LeavesEntriesOpen(int nError);
 
 } // namespace VESK::Systemd

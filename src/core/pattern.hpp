@@ -11,7 +11,7 @@ namespace VESK::Systemd
 class Pattern
 {
 public:
-    explicit Pattern(const char* szPattern)
+    explicit Pattern(const char* szPattern) noexcept
         : m_nError(regcomp(&m_regex, szPattern, REG_EXTENDED))
     {
     }

@@ -16,7 +16,6 @@
 
 #include "core/directory.hpp"
 #include "core/error_record_keeper.hpp"
-#include "core/glob_result.hpp"
 #include "core/job_row.hpp"
 #include "core/key_table.hpp"
 #include "core/log.hpp"
@@ -43,17 +42,19 @@ constexpr std::array<const char*, 4> kUnitDirectories{
 
 constexpr const char* kXVeskline = "X-Veskline";
 
-/** What systemctl says of a unit that failed; group 1 is the unit. */
-constexpr std::array<const char*, 4> kFailurePatterns{
-    "Failed to [^:]+ ([^: ]+)",
-    "Job for (.+) failed.",
-    "Job for (.+) canceled.",
-    "A dependency job for (.+) failed.",
+/**
+ * What systemctl says of a unit that failed; group 1 is the unit. Made when the library is loaded: some C libraries
+ * free twice when memory ends while they make one, and then is when units fail.
+ */
+const std::array<Pattern, 4> kFailurePatterns{
+    Pattern("Failed to [^:]+ ([^: ]+)"),
+    Pattern("Job for (.+) failed."),
+    Pattern("Job for (.+) canceled."),
+    Pattern("A dependency job for (.+) failed."),
 };
 
-std::optional<std::string> FirstGroup(const char* szPattern, const std::string& strLine)
+std::optional<std::string> FirstGroup(const Pattern& pattern, const std::string& strLine)
 {
-    const Pattern pattern(szPattern);
     if (pattern.Error() != 0) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: regcomp(): %s", VESK_HERE,
                  pattern.ErrorText(pattern.Error()).data());
@@ -78,8 +79,8 @@ std::optional<std::string> FirstGroup(const char* szPattern, const std::string& 
 
 std::optional<std::string> FailedUnitIn(const std::string& strLine)
 {
-    for (const char* szPattern : kFailurePatterns) {
-        if (auto unit = FirstGroup(szPattern, strLine)) {
+    for (const Pattern& pattern : kFailurePatterns) {
+        if (auto unit = FirstGroup(pattern, strLine)) {
             return unit;
         }
     }
@@ -332,8 +333,11 @@ bool CheckServiceHasReason(const std::string& strService)
         VLIBCErrSetEx(ERR_INVALID_ARGUMENT, VESK_HERE);
         return false;
     }
-    // A reason whose name begins with a dot does not count, and an error of glob reads as a reason.
-    return GlobResult().Add(ReasonFolder(strService), "/*") != GLOB_NOMATCH;
+    // A reason whose name begins with a dot does not count, and a folder of which it is not known what is in it
+    // reads as a reason.
+    Texts vecReasons;
+    return LeavesEntriesOpen(VisibleEntriesAppend(ReasonFolder(strService), vecReasons)) ||
+           !vecReasons.empty();
 }
 
 bool ListServicesWithReason(Texts& vecServices)

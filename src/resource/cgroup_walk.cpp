@@ -20,13 +20,8 @@ bool IsGone(int nError)
 /** Appends what is in a folder; false when that is not all. */
 bool EntriesAppend(const std::string& strFolder, Texts& vecEntries)
 {
-    Directory entries(strFolder);
-    while (const char* szEntry = entries.Next()) {
-        if (*szEntry != '.') {
-            vecEntries.push_back(strFolder + "/" + szEntry);
-        }
-    }
-    return entries.Error() == 0 || IsGone(entries.Error());
+    const int nError = VisibleEntriesAppend(strFolder, vecEntries);
+    return nError == 0 || IsGone(nError);
 }
 
 } // namespace
@@ -36,7 +31,8 @@ bool CgroupsBelow(const std::string& strFolder, const std::function<void(const s
     // However deep the groups are, one folder is open at a time.
     Texts vecEntries;
     bool blSearched = EntriesAppend(strFolder, vecEntries);
-    for (const std::string& strEntry : vecEntries) {
+    for (const std::string& strName : vecEntries) {
+        const std::string strEntry = strFolder + "/" + strName;
         errno = 0;
         // A symbolic link is no group, and following it might never end.
         if (!IsOwnDirectory(strEntry)) {

@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <unistd.h>
 
+#include "core/directory.hpp"
 #include "core/file_system.hpp"
 #include "core/file_text.hpp"
-#include "core/glob_result.hpp"
 #include "core/text.hpp"
 #include "resource/cgroup_layout.hpp"
 #include "resource/cgroup_walk.hpp"
@@ -49,8 +49,9 @@ bool MembersAdd(const std::string& strPath, std::set<Process>& setProcesses)
 {
     std::string strText;
     if (!FileRead(strPath, strText)) {
-        // The folder of a unit goes with its last process; a group of threads has none of its own.
-        return errno == ENOENT || errno == ENODEV || errno == EOPNOTSUPP;
+        // The folder of a unit goes with its last process; a group of threads has none of its own; a slice's own
+        // files are no groups.
+        return errno == ENOENT || errno == ENODEV || errno == EOPNOTSUPP || errno == ENOTDIR;
     }
     Lines lines(strText);
     for (std::string_view svLine; lines.Next(svLine);) {
@@ -70,15 +71,12 @@ bool MembersFind(const CgroupTree& tree, const std::string& strFolder, Texts& ve
         return CgroupsBelow(strFolder,
                             [&](const std::string& strGroup) { vecPaths.push_back(strGroup + kProcesses); });
     }
-    GlobResult members;
-    for (const char* szGroups : {"/", "/*/"}) {
-        const int nResult = members.Add(strFolder, (szGroups + tree.strMembers).c_str());
-        if (nResult != 0 && nResult != GLOB_NOMATCH) {
-            return false;
-        }
+    Texts vecGroups{""};
+    const int nError = VisibleEntriesAppend(strFolder, vecGroups);
+    for (const std::string& strGroup : vecGroups) {
+        vecPaths.push_back(strFolder + "/" + strGroup + "/" + tree.strMembers);
     }
-    vecPaths.assign(members.begin(), members.end());
-    return true;
+    return !LeavesEntriesOpen(nError);
 }
 
 } // namespace

@@ -1,8 +1,7 @@
 #include "vesksystemd.hpp"
 
 #include "core/c_forms.hpp"
-#include "core/file_system.hpp"
-#include "core/glob_result.hpp"
+#include "core/directory.hpp"
 #include "core/log.hpp"
 #include "core/text.hpp"
 #include "resource/cgroup_layout.hpp"
@@ -12,19 +11,18 @@ using namespace VESK::Systemd;
 namespace
 {
 
-/** Appends the slices in a folder, and where they are nested those in them; the result of glob(3) there. */
-int SlicesAppend(const std::string& strFolder, bool blNested, Texts& vecSlices)
+/** Appends the slices in a folder, and where they are nested those in them; false when these may not be all. */
+bool SlicesAppend(const std::string& strFolder, bool blNested, Texts& vecSlices)
 {
-    GlobResult slices;
-    const int nResult = slices.Add(strFolder + "/", "*.slice");
-    for (const std::string strPath : slices) {
-        vecSlices.push_back(BaseName(strPath));
-        const int nBelow = blNested ? SlicesAppend(strPath, blNested, vecSlices) : 0;
-        if (nBelow != 0 && nBelow != GLOB_NOMATCH) {
-            return nBelow;
+    Texts vecEntries;
+    bool blAll = !LeavesEntriesOpen(VisibleEntriesAppend(strFolder, vecEntries));
+    for (const std::string& strEntry : vecEntries) {
+        if (UnitTypeGet(strEntry) == "slice") {
+            vecSlices.push_back(strEntry);
+            blAll = blAll && (!blNested || SlicesAppend(strFolder + "/" + strEntry, blNested, vecSlices));
         }
     }
-    return nResult;
+    return blAll;
 }
 
 } // namespace
@@ -33,7 +31,7 @@ bool VESKSystemdSliceList(Texts& vecSlices)
 {
     const CgroupTree tree = MonitorTree();
     Texts vecFound;
-    if (SlicesAppend(tree.strFolder, tree.blNested, vecFound) != 0) {
+    if (!SlicesAppend(tree.strFolder, tree.blNested, vecFound) || vecFound.empty()) {
         return false;
     }
     vecSlices.insert(vecSlices.end(), vecFound.begin(), vecFound.end());

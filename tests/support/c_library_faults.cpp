@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <libgen.h>
 #include <pwd.h>
@@ -106,7 +107,8 @@ int pam_end(pam_handle_t* handle, int status)
 
 int regcomp(regex_t* regex, const char* pattern, int flags)
 {
-    return active[CLibraryFault::Regcomp] ? int{REG_ESPACE} : ORIGINAL(regcomp)(regex, pattern, flags);
+    const bool fails = active[CLibraryFault::Regcomp] || std::getenv(CLibraryFault::kNoPatterns) != nullptr;
+    return fails ? int{REG_ESPACE} : ORIGINAL(regcomp)(regex, pattern, flags);
 }
 
 int regexec(const regex_t* regex, const char* text, size_t count, regmatch_t* matches, int flags)

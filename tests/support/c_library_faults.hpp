@@ -20,11 +20,13 @@ public:
         PamStart, // no handle, PAM_SYSTEM_ERR
         PamGetenvlist,
         PamEnd,       // ends the session, and says PAM_SYSTEM_ERR
-        Regcomp,      // REG_ESPACE
+        Regcomp,      // REG_ESPACE, as in a whole program with kNoPatterns in its environment
         Regexec,      // REG_ESPACE
         RegexecGroup, // a match, whose first group took no part
         KindCount
     };
+
+    static constexpr const char* kNoPatterns = "VESK_TEST_NO_PATTERNS";
 
     // NAME is the variable that cannot be set.
     explicit CLibraryFault(Kind kind, const char* name = nullptr);

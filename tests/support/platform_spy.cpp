@@ -150,7 +150,7 @@ extern "C" {
     static const auto real = VeskTest::NextFunction<DIR*(const char*)>("opendir");
     const VeskTest::PlatformSpy* spy = VeskTest::currentSpy;
     if (spy != nullptr && spy->IsHidden(name)) {
-        errno = EMFILE;
+        errno = spy->FolderError();
         return nullptr;
     }
     return real(name);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <cerrno>
 #include <functional>
 #include <mutex>
 #include <ostream>
@@ -46,8 +47,14 @@ public:
 
     // From now on no folder of /proc can be opened.
     void HideProcesses() { m_processesHidden = true; }
-    // From now on that folder, of one process, cannot be opened.
-    void HideFolder(const std::string& path) { m_hiddenFolder = path; }
+    // From now on that folder cannot be opened.
+    void HideFolder(const std::string& path, int error = EMFILE)
+    {
+        m_hiddenFolder = path;
+        m_folderError = error;
+    }
+    // The errno of a folder that is hidden.
+    int FolderError() const { return m_folderError; }
     bool IsHidden(const std::string& folder) const
     {
         return folder == m_hiddenFolder || (m_processesHidden && folder.rfind("/proc/", 0) == 0);
@@ -80,6 +87,7 @@ private:
     int m_failingSection = 0;
     bool m_processesHidden = false;
     std::string m_hiddenFolder;
+    int m_folderError = EMFILE;
     std::function<void(int)> m_onFork;
     std::function<void()> m_onSecond;
     Shared* m_shared;

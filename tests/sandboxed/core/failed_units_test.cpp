@@ -1,3 +1,5 @@
+#include <cstdlib>
+#include <filesystem>
 #include <gmock/gmock.h>
 #include <string>
 #include <syslog.h>
@@ -5,6 +7,7 @@
 #include <vesksystemd.hpp>
 
 #include "c_library_faults.hpp"
+#include "shell.hpp"
 #include "syslog_capture.hpp"
 
 namespace VeskTest
@@ -197,13 +200,30 @@ TEST(FailedUnitsGet, LogsNothingWhenTheProcessLogsAlertsOnly)
     EXPECT_THAT(log.Take(), IsEmpty());
 }
 
-TEST(FailedUnitsGet, LogsPatternsThatCannotBeCompiledAndFindsNothing)
+TEST(FailedUnitsGet, NeedsNoPatternThatIsCompiledWhenUnitsFail)
 {
     SyslogCapture log;
     const CLibraryFault fault(CLibraryFault::Regcomp);
-    EXPECT_THAT(FailedIn({"a"}, {"Job for a.service failed.\n"}), IsEmpty());
+    EXPECT_THAT(FailedIn({"a"}, {"Job for a.service failed.\n"}), ElementsAre("a"));
+    EXPECT_THAT(log.Take(), IsEmpty());
+}
+
+TEST(FailedUnitsGet, LogsPatternsThatCouldNotBeCompiledAndFindsNothing)
+{
+    const char* test = "--gtest_filter=FailedUnitsGet.LogsPatternsThatCouldNotBeCompiledAndFindsNothing";
+    if (getenv(CLibraryFault::kNoPatterns) == nullptr) {
+        const std::string program = std::filesystem::read_symlink("/proc/self/exe");
+        const ShellResult result =
+            RunShell(std::string(CLibraryFault::kNoPatterns) + "=1 " + program + " " + test);
+        EXPECT_TRUE(result.ending == Exited(0)) << result.output;
+        return;
+    }
+    SyslogCapture log;
     const auto line = Error(kFile, "vesksystemd: regcomp(): Memory exhausted");
-    EXPECT_THAT(log.Take(), ElementsAre(line, line, line, line));
+    for (int times = 0; times < 2; ++times) {
+        EXPECT_THAT(FailedIn({"a"}, {"Job for a.service failed.\n"}), IsEmpty());
+        EXPECT_THAT(log.Take(), ElementsAre(line, line, line, line));
+    }
 }
 
 TEST(FailedUnitsGet, LogsMatchesThatCannotBeMadeAndFindsNothing)

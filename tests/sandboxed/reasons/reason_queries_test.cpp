@@ -1,9 +1,9 @@
 // Which reasons there are, which services have one, and links to the platform's file.
 
+#include <cerrno>
 #include <filesystem>
 #include <sys/stat.h>
 
-#include "glob_fault.hpp"
 #include "paths.hpp"
 #include "proc_spy.hpp"
 #include "reasons_ground.hpp"
@@ -96,23 +96,28 @@ TEST_F(Reasons, AServiceHasAReasonWhenThereIsAnEntryThatIsNotHidden)
     EXPECT_FALSE(CheckServiceHasReason("fo"));
 }
 
-TEST_F(Reasons, AnErrorOfGlobReadsAsAReason)
+TEST_F(Reasons, AFolderThatCannotBeReadForAShortageReadsAsAReason)
 {
     MakeFolder(ReasonFolder("foo.service"));
-    for (const int error : {GLOB_NOSPACE, GLOB_ABORTED}) {
-        const GlobFault fault(error);
-        EXPECT_TRUE(CheckServiceHasReason("foo"));
+    ProcSpy spy;
+    for (const int error : {EMFILE, ENFILE, ENOMEM, EIO}) {
+        spy.Fail(ReasonFolder("foo.service"), error);
+        EXPECT_TRUE(CheckServiceHasReason("foo")) << error;
     }
-    EXPECT_FALSE(CheckServiceHasReason("foo"));
+    for (const int error : {ENOENT, ENOTDIR, EACCES}) {
+        spy.Fail(ReasonFolder("foo.service"), error);
+        EXPECT_FALSE(CheckServiceHasReason("foo")) << error;
+    }
 }
 
-TEST_F(Reasons, GlobIsAskedForTheFolderOfTheNormalizedNameUnsortedAndWithoutACallback)
+TEST_F(Reasons, AFolderThatCannotBeReadToItsEndReadsAsAReason)
 {
-    const GlobFault fault(GLOB_NOMATCH);
-    EXPECT_FALSE(CheckServiceHasReason("foo"));
-    EXPECT_EQ(GlobFault::Pattern(), ReasonsOf("foo.service/*"));
-    EXPECT_EQ(GlobFault::Flags(), GLOB_NOSORT);
-    EXPECT_FALSE(GlobFault::HadCallback());
+    Record("foo.service", "a");
+    ProcSpy spy;
+    spy.BreakOff(ReasonFolder("foo.service"), EIO);
+    EXPECT_TRUE(CheckServiceHasReason("foo"));
+    spy.BreakOff(ReasonFolder("foo.service"), ENOENT);
+    EXPECT_FALSE(CheckServiceHasReason("foo")) << "it was removed meanwhile";
 }
 
 TEST_F(Reasons, AHiddenReasonIsStoredAndListedButChangesNothing)

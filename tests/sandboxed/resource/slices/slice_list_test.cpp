@@ -1,10 +1,11 @@
 // The names of the monitored slices, and the list in C that is another one.
 
+#include <cerrno>
 #include <filesystem>
 
 #include "c_list.hpp"
 #include "call_faults.hpp"
-#include "glob_fault.hpp"
+#include "platform_spy.hpp"
 #include "slices_ground.hpp"
 #include "systemctl_script.hpp"
 
@@ -76,11 +77,10 @@ TEST_F(SliceNames, AreAFailureWhenTheFolderCannotBeSearched)
 {
     MakeFolder(InMonitor("a.slice"));
     Words slices = {"before"};
-    for (const int error : {GLOB_NOSPACE, GLOB_ABORTED, GLOB_NOMATCH}) {
-        const GlobFault fault(error);
-        EXPECT_FALSE(VESKSystemdSliceList(slices));
-        EXPECT_EQ(GlobFault::Pattern(), "/sys/fs/cgroup/veskmonitor/*.slice");
-        EXPECT_EQ(GlobFault::Flags(), GLOB_NOSORT);
+    PlatformSpy spy;
+    for (const int error : {EMFILE, ENFILE, ENOMEM, EIO, EACCES, ENOENT, ENOTDIR}) {
+        spy.HideFolder("/sys/fs/cgroup/veskmonitor", error);
+        EXPECT_FALSE(VESKSystemdSliceList(slices)) << error;
     }
     EXPECT_THAT(slices, ElementsAre("before"));
 }
