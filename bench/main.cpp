@@ -1,0 +1,192 @@
+// Measures the rows that are named, or all that have their place in this test ground, each in a process of its own.
+// Usage: vesk-bench [--list] [--smallest] [--cpu] [--seconds N] [--json FILE] [ROW]...
+// FILE gets the results; what it holds of other rows stays.
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <fstream>
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+#include "descriptor.hpp"
+#include "error.hpp"
+#include "marker.hpp"
+#include "rows.hpp"
+
+namespace
+{
+
+using namespace VeskBench;
+
+struct Entry {
+    std::string name;
+    std::string ground;
+    void (*measure)(Row& row);
+};
+
+const std::vector<Entry> kRows{
+    {"scan", "sandboxed", MeasureScan},     {"scan-text", "sandboxed", MeasureScanOverText},
+    {"sample", "sandboxed", MeasureSample}, {"keys", "sandboxed", MeasureKeys},
+    {"child", "sandboxed", MeasureChild},   {"child-systemctl", "live", MeasureSystemctlChild},
+};
+
+struct Options {
+    Settings settings;
+    bool list = false;
+    std::string json;
+    std::vector<std::string> rows;
+};
+
+[[noreturn]] void Refuse(const std::string& reason)
+{
+    throw std::runtime_error(reason);
+}
+
+Options ReadOptions(const std::vector<std::string>& words)
+{
+    Options options;
+    for (size_t next = 0; next < words.size(); ++next) {
+        const std::string& word = words[next];
+        const auto value = [&] { return ++next < words.size() ? words[next] : ""; };
+        if (word == "--list") {
+            options.list = true;
+        } else if (word == "--smallest") {
+            options.settings.smallest = true;
+        } else if (word == "--cpu") {
+            options.settings.processorTime = true;
+        } else if (word == "--seconds") {
+            options.settings.seconds = std::stod(value());
+        } else if (word == "--json") {
+            options.json = value();
+        } else {
+            options.rows.push_back(word);
+        }
+    }
+    return options;
+}
+
+bool IsWanted(const Entry& entry, const Options& options)
+{
+    const auto& rows = options.rows;
+    return VeskGround::IsInside(entry.ground) &&
+           (rows.empty() || std::find(rows.begin(), rows.end(), entry.name) != rows.end());
+}
+
+// Whatever a row allocates, opens or filters is gone with its process.
+[[noreturn]] void MeasureInChild(const Entry& entry, const Settings& settings, int results) noexcept
+{
+    int status = EXIT_SUCCESS;
+    try {
+        Row row(entry.name, settings);
+        entry.measure(row);
+        VeskGround::WriteAll(results, row.Results().toStyledString(), "the results");
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "vesk-bench: %s: %s\n", entry.name.c_str(), error.what());
+        status = EXIT_FAILURE;
+    }
+    std::fflush(stdout);
+    _exit(status);
+}
+
+std::string ReadAll(int descriptor)
+{
+    std::string text;
+    char buffer[4096];
+    for (ssize_t count = 0; (count = read(descriptor, buffer, sizeof buffer)) > 0;) {
+        text.append(buffer, static_cast<size_t>(count));
+    }
+    return text;
+}
+
+// False when the row could not be measured.
+bool Measure(const Entry& entry, const Settings& settings, Json::Value& results)
+{
+    VeskGround::Pipe pipe = VeskGround::MakePipe();
+    std::fflush(stdout);
+    const pid_t child = VeskGround::Require(fork(), "fork for", entry.name);
+    if (child == 0) {
+        MeasureInChild(entry, settings, pipe.write.Get());
+    }
+    pipe.write.Close();
+    const std::string text = ReadAll(pipe.read.Get());
+    int status = -1;
+    VeskGround::Require(waitpid(child, &status, 0), "wait for", entry.name);
+    return status == 0 && Json::Reader().parse(text, results);
+}
+
+Json::Value ReadJson(const std::string& path)
+{
+    Json::Value value;
+    std::ifstream file(path);
+    if (file && file.peek() != std::ifstream::traits_type::eof()) {
+        file >> value;
+    }
+    return value;
+}
+
+// Those of a row that was measured again take the place of what it had.
+void Keep(const std::string& name, const Json::Value& results, Json::Value& all)
+{
+    Json::Value kept(Json::arrayValue);
+    for (const Json::Value& result : all) {
+        if (result["row"] != name) {
+            kept.append(result);
+        }
+    }
+    for (const Json::Value& result : results) {
+        kept.append(result);
+    }
+    all = kept;
+}
+
+int MeasureAll(const Options& options)
+{
+    Json::Value document = options.json.empty() ? Json::Value() : ReadJson(options.json);
+    int status = EXIT_SUCCESS;
+    for (const Entry& entry : kRows) {
+        Json::Value results;
+        if (IsWanted(entry, options)) {
+            status = Measure(entry, options.settings, results) ? status : EXIT_FAILURE;
+            Keep(entry.name, results, document["rows"]);
+        }
+    }
+    if (!options.json.empty()) {
+        document["smallest"] = options.settings.smallest;
+        std::ofstream file(options.json);
+        file << document.toStyledString() << std::flush;
+        status = file ? status : EXIT_FAILURE;
+    }
+    return status;
+}
+
+int Run(const Options& options)
+{
+    if (options.list) {
+        for (const Entry& entry : kRows) {
+            std::printf("%s %s\n", entry.name.c_str(), entry.ground.c_str());
+        }
+        return EXIT_SUCCESS;
+    }
+    if (!VeskGround::IsInside("sandboxed") && !VeskGround::IsInside("live")) {
+        Refuse("it mounts, kills and writes below /run: start it with scripts/bench");
+    }
+    return MeasureAll(options);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    try {
+        return Run(ReadOptions({argv + 1, argv + argc}));
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "vesk-bench: %s\n", error.what());
+        return EXIT_FAILURE;
+    }
+}
