@@ -25,8 +25,6 @@ struct Request {
 struct Answer {
     /** False when systemctl could not be run or not be heard out, or was not to be run for a job that is queued. */
     bool blGiven = false;
-    /** Systemctl was not to be run, for a job that is queued. */
-    bool blRefused = false;
     /** 0 for a systemctl that a signal ended. */
     int nExitCode = 0;
     /** What it printed to both its outputs, line by line, each with its line feed. */
@@ -35,6 +33,8 @@ struct Answer {
     bool blKilled = false;
 
     bool IsSuccess() const { return blGiven && nExitCode == 0; }
+    /** Systemctl was not to be run, for a job that is queued. */
+    bool blRefused = false;
 };
 
 /**
