@@ -15,11 +15,14 @@
 #include "core/systemctl.hpp"
 #include "core/systemctl_dialect.hpp"
 #include "core/text.hpp"
+#include "units/unit_uninstall.hpp"
 
 using namespace VESK::Systemd;
 
 namespace
 {
+
+using Paths = std::set<std::string>;
 
 /** Runs one step of the uninstall, whose failure is logged and passed over. */
 void Step(const char* szStep, const char* szVerb, const Texts& vecOptions, const Texts& vecUnits)
@@ -64,11 +67,6 @@ void TakeOutOfService(const Texts& vecUnits)
     }
 }
 
-struct UnitPaths {
-    Texts vecUnitFiles; // one or none
-    Texts vecDropIns;
-};
-
 /**
  * Splits a list as systemctl prints it: separated by blanks, an item with unusual characters quoted as for a
  * shell. False when a quote does not end.
@@ -109,13 +107,24 @@ bool PathsTake(const std::string& strLine, UnitPaths& paths)
     return strProperty == "DropInPaths" && ListSplit(strValue, paths.vecDropIns);
 }
 
-/** The unit's file and drop-ins, as the manager knows them. */
-bool PathsGet(const std::string& strUnit, UnitPaths& paths)
+} // namespace
+
+bool VESK::Systemd::UnitPathsGet(const std::string& strUnit, UnitPaths& paths)
 {
     const Answer answer =
         AskOrThrow({"show", {"--property=FragmentPath", "--property=DropInPaths"}, {strUnit}});
     const auto take = [&](const std::string& strLine) { return PathsTake(strLine, paths); };
     return answer.nExitCode == 0 && std::all_of(answer.vecLines.begin(), answer.vecLines.end(), take);
+}
+
+namespace
+{
+
+/** Takes those paths away that are to be kept. */
+void Except(const Paths& setKept, Texts& vecPaths)
+{
+    const auto isKept = [&](const std::string& strPath) { return setKept.count(strPath) != 0; };
+    vecPaths.erase(std::remove_if(vecPaths.begin(), vecPaths.end(), isKept), vecPaths.end());
 }
 
 /** Whether the path may be deleted: that of a file or a link, which is not followed, or of nothing any more.
@@ -155,11 +164,16 @@ bool DropInDelete(const std::string& strPath)
     return blResult;
 }
 
-/** Deletes the unit's files; none when one of them is not to be deleted. */
-bool FilesRemove(const std::string& strUnit)
+/** Deletes the unit's files but those that are kept; none when one of them is not to be deleted. */
+bool FilesRemove(const std::string& strUnit, const Paths& setKept)
 {
     UnitPaths paths;
-    if (!PathsGet(strUnit, paths) || !AreDeletable(paths.vecUnitFiles) || !AreDeletable(paths.vecDropIns)) {
+    if (!UnitPathsGet(strUnit, paths)) {
+        return false;
+    }
+    Except(setKept, paths.vecUnitFiles);
+    Except(setKept, paths.vecDropIns);
+    if (!AreDeletable(paths.vecUnitFiles) || !AreDeletable(paths.vecDropIns)) {
         return false;
     }
     const auto nLeft =
@@ -186,11 +200,11 @@ void ReasonsRemove(const std::string& strUnit)
 }
 
 /** The units whose files could not be removed, each once. */
-Texts RemoveFilesOf(const Texts& vecUnits)
+Texts RemoveFilesOf(const Texts& vecUnits, const Paths& setKept)
 {
     Texts vecFailed;
     for (const std::string& strUnit : vecUnits) {
-        if (FilesRemove(strUnit)) {
+        if (FilesRemove(strUnit, setKept)) {
             continue;
         }
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to remove unit and/or drop-in files for [%s]", VESK_HERE,
@@ -202,11 +216,11 @@ Texts RemoveFilesOf(const Texts& vecUnits)
     return vecFailed;
 }
 
-bool Uninstall(const Texts& vecUnits, Texts& vecFailed)
+bool Uninstall(const Texts& vecUnits, const Paths& setKept, Texts& vecFailed)
 {
     TakeOutOfService(vecUnits);
     VESKSystemdDaemonReload();
-    const Texts vecLeft = RemoveFilesOf(vecUnits);
+    const Texts vecLeft = RemoveFilesOf(vecUnits, setKept);
     for (const std::string& strUnit : vecUnits) {
         MarkRemove(strUnit);
         ReasonsRemove(strUnit);
@@ -226,7 +240,7 @@ void ForgetFailures(const Texts& vecUnits)
 
 } // namespace
 
-bool VESKSystemdUninstall(const Texts& vecGivenUnits, Texts& vecFailed)
+bool VESK::Systemd::UninstallExcept(const Paths& setKept, const Texts& vecGivenUnits, Texts& vecFailed)
 {
     const Texts vecUnits = NamesGet(vecGivenUnits);
     if (!VESK_ARGUMENT(!vecUnits.empty())) {
@@ -235,7 +249,7 @@ bool VESKSystemdUninstall(const Texts& vecGivenUnits, Texts& vecFailed)
     VESK_LOG(LOG_INFO, "%s:%d vesksystemd: [%s] uninstalling ...", VESK_HERE, Joined(vecUnits).c_str());
     bool blResult = false;
     try {
-        blResult = Uninstall(vecUnits, vecFailed);
+        blResult = Uninstall(vecUnits, setKept, vecFailed);
     } catch (const std::exception&) {
         FailedUnitsCopy(vecUnits, vecFailed);
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: [%s] uninstalled failed on exception.", VESK_HERE,
@@ -244,6 +258,11 @@ bool VESKSystemdUninstall(const Texts& vecGivenUnits, Texts& vecFailed)
     }
     ForgetFailures(vecUnits);
     return blResult;
+}
+
+bool VESKSystemdUninstall(const Texts& vecUnits, Texts& vecFailed)
+{
+    return UninstallExcept({}, vecUnits, vecFailed);
 }
 
 bool VESKSystemdUninstall(const std::string& strUnit)

@@ -1,0 +1,181 @@
+#include <algorithm>
+#include <gmock/gmock.h>
+
+#include "files.hpp"
+#include "paths.hpp"
+#include "veskctl_ground.hpp"
+
+using namespace VeskTest;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::StartsWith;
+
+namespace
+{
+
+struct Row {
+    const char* name;
+    const char* arguments;
+    std::vector<std::string> call;
+    const char* output;
+};
+
+const std::vector<Row> kRows{
+    {"Start", "start foo bar.target", {"start", "foo", "bar.target"}, "foo: started\nbar.target: started\n"},
+    {"StartNoBlock", "start --no-block foo", {"start", "--no-block", "foo"}, "foo: queued\n"},
+    {"Stop", "stop foo", {"stop", "foo"}, "foo: stopped\n"},
+    {"StopNoBlock", "stop foo --no-block", {"stop", "--no-block", "foo"}, "foo: queued\n"},
+    {"Restart", "restart foo", {"restart", "foo"}, "foo: restarted\n"},
+    {"RestartNoBlock", "restart --no-block foo", {"restart", "--no-block", "foo"}, "foo: queued\n"},
+    {"Reload", "reload foo", {"reload", "--no-block", "foo"}, "foo: queued\n"},
+    {"ReloadOrRestart",
+     "reload-or-restart foo",
+     {"reload-or-restart", "foo"},
+     "foo: reloaded or restarted\n"},
+    {"ReloadOrRestartNoBlock",
+     "reload-or-restart --no-block foo",
+     {"reload-or-restart", "--no-block", "foo"},
+     "foo: queued\n"},
+    {"Enable", "enable foo", {"enable", "foo"}, "foo: enabled\n"},
+    {"Disable", "disable foo", {"disable", "foo"}, "foo: disabled\n"},
+    {"Reenable", "reenable foo", {"reenable", "foo"}, "foo: reenabled\n"},
+    {"Mask", "mask foo", {"mask", "foo"}, "foo: masked\n"},
+    {"MaskRuntime", "mask --runtime foo", {"mask", "--runtime", "foo"}, "foo: masked\n"},
+    {"Unmask", "unmask foo", {"unmask", "foo"}, "foo: unmasked\n"},
+    {"UnmaskRuntime", "unmask --runtime foo", {"unmask", "--runtime", "foo"}, "foo: unmasked\n"},
+    {"ResetFailed", "reset-failed foo", {"reset-failed", "foo"}, "foo: reset\n"},
+    {"DaemonReload", "daemon-reload", {"daemon-reload"}, ""},
+    {"DashedName", "stop -- -.mount", {"stop", "-.mount"}, "-.mount: stopped\n"},
+};
+
+// GoogleTest would print its bytes.
+void PrintTo(const Row& row, std::ostream* stream)
+{
+    *stream << row.arguments;
+}
+
+class VeskctlAction : public ::testing::TestWithParam<Row>
+{
+};
+
+TEST_P(VeskctlAction, HasSystemctlDoItAndTellsSo)
+{
+    ScriptedSystemctl systemctl;
+    systemctl.OnLeading({"list-jobs"}).Exit(1);
+    systemctl.On(GetParam().call);
+
+    const Use use = Veskctl(GetParam().arguments);
+
+    EXPECT_EQ(use, (Use{0, GetParam().output, ""}));
+    ASSERT_FALSE(systemctl.Calls().empty());
+    EXPECT_EQ(systemctl.Calls().back().arguments, GetParam().call);
+}
+
+INSTANTIATE_TEST_SUITE_P(Verbs, VeskctlAction, ::testing::ValuesIn(kRows),
+                         [](const auto& row) { return row.param.name; });
+
+TEST(VeskctlActions, TryRestartsWhatHasNoStopJob)
+{
+    ScriptedSystemctl systemctl;
+    systemctl.OnLeading({"list-jobs"}).Exit(1);
+    systemctl.On({"try-restart", "foo"});
+
+    EXPECT_EQ(Veskctl("try-restart foo").exitCode, 0);
+    EXPECT_EQ(systemctl.Arguments().back(), "try-restart foo");
+}
+
+TEST(VeskctlActions, TellWhichUnitsFailedAndWhy)
+{
+    ScriptedSystemctl systemctl;
+    systemctl.On({"start", "foo", "bar"})
+        .Stderr("Job for bar.service failed because the control process exited with error code.\n")
+        .Exit(1);
+    systemctl.On(StateQuestion("bar.service")).Stdout(StateAnswer("failed", "failed", "exit-code", 3));
+
+    EXPECT_EQ(Veskctl("start foo bar"),
+              (Use{1, "foo: started\n", "veskctl: bar: start failed: failed (exit-code, status 3)\n"}));
+}
+
+TEST(VeskctlActions, ExitWithThreeWhenThereIsNoSuchUnit)
+{
+    ScriptedSystemctl systemctl;
+    systemctl.On({"stop", "foo"})
+        .Stderr("Failed to stop foo.service: Unit foo.service not loaded.\n")
+        .Exit(5);
+    systemctl.On(StateQuestion("foo.service")).Stdout(NotFoundAnswer("foo.service"));
+
+    EXPECT_EQ(Veskctl("stop foo"),
+              (Use{3, "", "veskctl: foo: stop failed: not-found (Unit foo.service not found.)\n"}));
+}
+
+TEST(VeskctlActions, TellASystemctlThatDoesNotAnswer)
+{
+    ScriptedSystemctl systemctl;
+    systemctl.Remove();
+
+    EXPECT_EQ(Veskctl("stop foo"), (Use{1, "", "veskctl: foo: stop failed: systemctl did not answer\n"}));
+    EXPECT_EQ(Veskctl("daemon-reload").exitCode, 1);
+}
+
+class VeskctlHeld : public ::testing::TestWithParam<const char*>
+{
+};
+
+TEST_P(VeskctlHeld, SaysSoAndDoesNothingUnlessForced)
+{
+    const std::string verb = GetParam();
+    WriteText(ReasonsOf("foo.service") + "/backup", "");
+    ScriptedSystemctl systemctl;
+    systemctl.On({verb, "foo"});
+
+    EXPECT_EQ(Veskctl(verb + " foo"),
+              (Use{1, "",
+                   "veskctl: foo: held stopped for: backup; 'veskctl reason start backup foo' ends a reason, "
+                   "--force starts it all the same\n"}));
+    EXPECT_THAT(systemctl.Arguments(), ElementsAre());
+    EXPECT_EQ(Veskctl(verb + " --force foo").exitCode, 0);
+    EXPECT_THAT(systemctl.Arguments(), ElementsAre(verb + " foo"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Starters, VeskctlHeld, ::testing::Values("start", "restart", "reload-or-restart"),
+                         [](const auto& verb) {
+                             std::string name = verb.param;
+                             name.erase(std::remove(name.begin(), name.end(), '-'), name.end());
+                             return name;
+                         });
+
+TEST(VeskctlUse, RefusesWhatItDoesNotUnderstandWithTwoAndTellsWhereHelpIs)
+{
+    ScriptedSystemctl systemctl;
+
+    EXPECT_EQ(Veskctl("start"), (Use{2, "", "veskctl: UNIT is missing; see: veskctl start --help\n"}));
+    EXPECT_EQ(Veskctl("start ''"),
+              (Use{2, "", "veskctl: an empty name names nothing; see: veskctl start --help\n"}));
+    EXPECT_EQ(Veskctl("keys a b"), (Use{2, "", "veskctl: 'b' is too much; see: veskctl keys --help\n"}));
+    EXPECT_EQ(Veskctl("target run foo"),
+              (Use{2, "", "veskctl: -- COMMAND... is missing; see: veskctl target run --help\n"}));
+    EXPECT_EQ(Veskctl("frobnicate").exitCode, 2);
+    EXPECT_EQ(Veskctl("start --frobnicate foo").exitCode, 2);
+    EXPECT_EQ(Veskctl("reason frobnicate").exitCode, 2);
+    EXPECT_EQ(Veskctl("").exitCode, 2);
+    EXPECT_THAT(systemctl.Arguments(), ElementsAre());
+}
+
+TEST(VeskctlUse, TellsOfItselfWhenAsked)
+{
+    EXPECT_THAT(Veskctl("--version").out, StartsWith("veskctl 7"));
+    EXPECT_THAT(Veskctl("--help").out, HasSubstr("reason stop REASON SERVICE..."));
+    EXPECT_THAT(Veskctl("start --help").out, StartsWith("veskctl start [OPTION]... UNIT...\n"));
+    EXPECT_THAT(Veskctl("reason --help").out, HasSubstr("reason remove REASON SERVICE..."));
+}
+
+TEST(VeskctlUse, PrintsWhatTheLibraryLogsWhenVerbose)
+{
+    ScriptedSystemctl systemctl;
+    systemctl.On({"stop", "foo"});
+
+    EXPECT_THAT(Veskctl("stop --verbose foo").err, HasSubstr("vesksystemd: [foo] stopped."));
+    EXPECT_THAT(Veskctl("--verbose stop foo").err, HasSubstr("vesksystemd: [foo] stopped."));
+}
+
+} // namespace

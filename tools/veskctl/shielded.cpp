@@ -1,0 +1,141 @@
+#include "shielded.hpp"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace Veskctl
+{
+namespace
+{
+
+constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+// What a signal handler may touch has to be global.
+volatile sig_atomic_t signalTaken = 0;
+
+void Take(int nSignal)
+{
+    signalTaken = nSignal;
+}
+
+void SignalsTake()
+{
+    struct sigaction action {
+    };
+    action.sa_handler = Take;
+    for (const int nSignal : kSignals) {
+        sigaction(nSignal, &action, nullptr);
+    }
+}
+
+/** Waits for a child, and passes on to it what asks this process to end. */
+int ChildWait(pid_t nChild)
+{
+    int nStatus = 0;
+    int nPassed = 0;
+    while (waitpid(nChild, &nStatus, WUNTRACED) != nChild || WIFSTOPPED(nStatus)) {
+        if (WIFSTOPPED(nStatus)) {
+            // Nobody could let it go on.
+            kill(-nChild, SIGCONT);
+        }
+        if (signalTaken != nPassed) {
+            nPassed = signalTaken;
+            kill(nChild, nPassed);
+        }
+        nStatus = 0;
+    }
+    return WIFSIGNALED(nStatus) ? 128 + WTERMSIG(nStatus) : WEXITSTATUS(nStatus);
+}
+
+/** Makes a group the one that the terminal's keys reach, if this process is on a terminal at all. */
+void TerminalGive(pid_t nGroup)
+{
+    if (isatty(STDIN_FILENO) != 0) {
+        tcsetpgrp(STDIN_FILENO, nGroup);
+    }
+}
+
+/** Attributes of a child with a group of its own and the usual signals. */
+class SpawnAttributes
+{
+public:
+    SpawnAttributes()
+    {
+        posix_spawnattr_init(&m_attributes);
+        posix_spawnattr_setflags(&m_attributes,
+                                 POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+        sigset_t all;
+        sigfillset(&all);
+        posix_spawnattr_setsigdefault(&m_attributes, &all);
+        sigset_t none;
+        sigemptyset(&none);
+        posix_spawnattr_setsigmask(&m_attributes, &none);
+    }
+    ~SpawnAttributes() { posix_spawnattr_destroy(&m_attributes); }
+    SpawnAttributes(const SpawnAttributes&) = delete;
+    SpawnAttributes& operator=(const SpawnAttributes&) = delete;
+
+    const posix_spawnattr_t* Get() const { return &m_attributes; }
+
+private:
+    posix_spawnattr_t m_attributes{};
+};
+
+} // namespace
+
+bool IsInterrupted()
+{
+    return signalTaken != 0;
+}
+
+Exit Shielded(const std::function<Exit()>& work)
+{
+    std::cout << std::flush;
+    SignalsTake();
+    const pid_t nChild = fork();
+    if (nChild < 0) {
+        throw std::runtime_error("no child can be made for the work");
+    }
+    if (nChild == 0) {
+        setpgid(0, 0);
+        // Who is not in front may change who is, and print.
+        signal(SIGTTOU, SIG_IGN);
+        const Exit result = work();
+        std::cout << std::flush;
+        _exit(static_cast<int>(result));
+    }
+    return static_cast<Exit>(ChildWait(nChild));
+}
+
+int CommandRun(const Texts& vecCommand)
+{
+    std::cout << std::flush;
+    std::vector<char*> vecArguments;
+    for (const std::string& strArgument : vecCommand) {
+        vecArguments.push_back(const_cast<char*>(strArgument.c_str()));
+    }
+    vecArguments.push_back(nullptr);
+    const SpawnAttributes attributes;
+    const pid_t nBefore = isatty(STDIN_FILENO) != 0 ? tcgetpgrp(STDIN_FILENO) : -1;
+    pid_t nChild = 0;
+    const int nError =
+        posix_spawnp(&nChild, vecArguments[0], nullptr, attributes.Get(), vecArguments.data(), environ);
+    if (nError != 0) {
+        errno = nError;
+        return 127;
+    }
+    TerminalGive(nChild);
+    kill(-nChild, SIGCONT);
+    const int nResult = ChildWait(nChild);
+    if (nBefore > 0) {
+        TerminalGive(nBefore);
+    }
+    return nResult;
+}
+
+} // namespace Veskctl

@@ -1,0 +1,28 @@
+#pragma once
+
+/** Work that must come to its end: an interruption is told to it, and ends neither it nor what it runs. */
+
+#include <functional>
+#include <string>
+
+#include "command.hpp"
+
+namespace Veskctl
+{
+
+/**
+ * Does the work in a child that the signals of the terminal do not reach. SIGINT, SIGTERM and SIGHUP, sent to this
+ * process, are passed on to it, where they make IsInterrupted true and do nothing else.
+ */
+Exit Shielded(const std::function<Exit()>& work);
+
+/** Whether a signal asked for the end. */
+bool IsInterrupted();
+
+/**
+ * Runs a command that has the terminal meanwhile, and gives its exit code: 128 and the number for a signal, 127 for
+ * one that cannot be run. An interruption that reaches this process is passed on to it.
+ */
+int CommandRun(const Texts& vecCommand);
+
+} // namespace Veskctl

@@ -1,0 +1,188 @@
+#include <cerrno>
+#include <cstring>
+
+#include <vesksystemd.hpp>
+
+#include "command.hpp"
+#include "output.hpp"
+#include "progress.hpp"
+#include "shielded.hpp"
+#include "unit_state.hpp"
+
+using namespace VESK::Systemd;
+
+namespace Veskctl
+{
+namespace
+{
+
+/** The target's full name; empty, with a complaint, for what is none that the manager knows. */
+std::string KnownTarget(const std::string& strGiven, Exit& result)
+{
+    const std::string strTarget = UnitTypeGet(strGiven).empty() ? strGiven + ".target" : strGiven;
+    if (UnitTypeGet(strTarget) != "target") {
+        Complain(strTarget + ": no target");
+        result = Exit::WrongUse;
+        return "";
+    }
+    const UnitState state = UnitStateGet(strTarget);
+    if (state.IsKnown()) {
+        return strTarget;
+    }
+    Complain(strTarget + ": " + (state.strLoad.empty() ? "systemctl did not answer" : "no such target") +
+             "; 'veskctl list --type target' shows those that there are");
+    result = state.strLoad.empty() ? Exit::Failed : Exit::NotFound;
+    return "";
+}
+
+Exit GetRun(const Call& call)
+{
+    std::string strTarget;
+    if (!VESKSystemdDefaultTargetGet(strTarget)) {
+        Complain("the default target cannot be read; 'veskctl target set TARGET' sets one");
+        return Exit::Failed;
+    }
+    Json::Value value;
+    value["defaultTarget"] = strTarget;
+    call.Has("json") ? PrintJson(value) : Say(strTarget);
+    return Exit::Done;
+}
+
+Exit SetRun(const Call& call)
+{
+    Exit result = Exit::Done;
+    if (!IsPermitted("target set")) {
+        return Exit::NotPermitted;
+    }
+    const std::string strTarget = KnownTarget(call.vecOperands[0], result);
+    if (!strTarget.empty() && !VESKSystemdDefaultTargetSet(strTarget)) {
+        Complain(strTarget + ": it could not be made the default; the system log tells why");
+        result = Exit::Failed;
+    }
+    return result;
+}
+
+Exit CarriesRun(const Call& call)
+{
+    const std::string& strGiven = call.vecOperands[0];
+    const std::string strTarget = UnitTypeGet(strGiven).empty() ? strGiven + ".target" : strGiven;
+    Texts vecUnits;
+    if (!VESKSystemdTargetCarriesGet(strTarget, vecUnits)) {
+        Complain(strTarget + ": no unit file; 'veskctl list --type target' shows those that there are");
+        return Exit::NotFound;
+    }
+    Json::Value value;
+    value["target"] = strTarget;
+    value["carries"] = JsonList(vecUnits);
+    if (call.Has("json")) {
+        PrintJson(value);
+        return Exit::Done;
+    }
+    for (const std::string& strUnit : vecUnits) {
+        Say(strUnit);
+    }
+    return Exit::Done;
+}
+
+/** Runs the command while the system is isolated; false also when it was interrupted before that. */
+bool IsolatedRun(const std::string& strTarget, const Texts& vecCommand)
+{
+    Progress progress("isolating to " + strTarget);
+    return _VESKSystemdIsolateTargetAction(strTarget, [&] {
+        if (IsInterrupted()) {
+            return false;
+        }
+        const int nExit = CommandRun(vecCommand);
+        progress.Now("isolating to default.target");
+        if (nExit != 0) {
+            Complain(vecCommand[0] + " ended with " + std::to_string(nExit));
+        }
+        return nExit == 0;
+    });
+}
+
+Exit RunRun(const Call& call)
+{
+    Exit result = Exit::Done;
+    if (!IsPermitted("target run")) {
+        return Exit::NotPermitted;
+    }
+    const std::string strTarget = KnownTarget(call.vecOperands[0], result);
+    if (strTarget.empty()) {
+        return result;
+    }
+    return Shielded([&] {
+        if (IsolatedRun(strTarget, call.vecCommand)) {
+            return Exit::Done;
+        }
+        Complain(IsInterrupted() ? "interrupted" : strTarget + ": the command was not run, or failed");
+        return Exit::Failed;
+    });
+}
+
+const char* WaitText(VESK_SYSTEMD_ISOLATE_WAIT_STOP_RESULT result)
+{
+    switch (result) {
+    case VESK_SYSTEMD_ISOLATE_WAIT_STOP_TIMEOUT:
+        return "some units have not stopped yet; 'veskctl jobs' shows which";
+    case VESK_SYSTEMD_ISOLATE_WAIT_STOP_JOB_LIST_FAILED:
+        return "whether all units have stopped could not be read";
+    case VESK_SYSTEMD_ISOLATE_WAIT_STOP_DONE:
+        break;
+    }
+    return "";
+}
+
+Exit IsolateRun(const Call& call)
+{
+    Exit result = Exit::Done;
+    if (!IsPermitted("isolate")) {
+        return Exit::NotPermitted;
+    }
+    const std::string strTarget = KnownTarget(call.vecOperands[0], result);
+    if (strTarget.empty()) {
+        return result;
+    }
+    IsolateOptions options;
+    options.noBlock = call.Has("no-block");
+    auto waited = VESK_SYSTEMD_ISOLATE_WAIT_STOP_DONE;
+    const bool blDone = WithProgress("isolating to " + strTarget,
+                                     [&] { return VESKSystemdIsolateTarget(strTarget, options, &waited); });
+    if (!blDone) {
+        return UnitsFailed("isolate", {strTarget});
+    }
+    if (*WaitText(waited) != '\0') {
+        Complain(WaitText(waited));
+        return Exit::Failed;
+    }
+    return Exit::Done;
+}
+
+} // namespace
+
+Group TargetGroup()
+{
+    const Operand target{"TARGET", Kind::Target};
+    return {
+        "target",
+        "Choose what the system runs",
+        {
+            {"target get", "show the target that the system boots to", {}, {JsonOption()}, GetRun},
+            {"target set", "set the target that the system boots to", {target}, {}, SetRun},
+            {"target carries", "show the units that a target carries", {target}, {JsonOption()}, CarriesRun},
+            {"target run",
+             "run a command while the system is isolated to a target",
+             {target},
+             {},
+             RunRun,
+             "Afterwards, and when it is interrupted, the system comes back to default.target.",
+             Tail::Required},
+            {"isolate",
+             "start a target and stop all that it does not need",
+             {target},
+             {{"no-block", "queue the jobs and do not wait for them"}},
+             IsolateRun},
+        }};
+}
+
+} // namespace Veskctl
