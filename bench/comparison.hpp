@@ -40,7 +40,7 @@ struct Bar {
 struct Comparison {
     std::string load;
     std::vector<Way> ways;
-    std::vector<Bar> bars;
+    std::vector<Bar> bars = {};
     double parts = 1; // what a run does so many times, told for one
     const char* part = "run";
 };
@@ -49,6 +49,7 @@ struct Settings {
     bool smallest = false;
     bool processorTime = false; // instead of the time that passes
     double seconds = 4;         // for each comparison, about
+    std::string disk;           // a folder on a disk, if there is one
 };
 
 // Measures the comparisons of one row, prints them and keeps them.
@@ -61,6 +62,8 @@ public:
 
     // The given size, or a small one when each thing is only to be run once.
     int Size(int size, int smallest) const { return m_settings.smallest ? smallest : size; }
+
+    const std::string& DiskFolder() const { return m_settings.disk; }
 
     // Runs the ways in turns, in another order each round, after a first round that does not count. The samples of
     // each way, by its name.

@@ -1,6 +1,6 @@
 // Measures the rows that are named, or all that have their place in this test ground, each in a process of its own.
-// Usage: vesk-bench [--list] [--smallest] [--cpu] [--seconds N] [--json FILE] [ROW]...
-// FILE gets the results; what it holds of other rows stays.
+// Usage: vesk-bench [--list] [--smallest] [--cpu] [--seconds N] [--disk DIR] [--json FILE] [ROW]...
+// DIR is a folder on a disk. FILE gets the results; what it holds of other rows stays.
 
 #include <algorithm>
 #include <cstdio>
@@ -31,9 +31,19 @@ struct Entry {
 };
 
 const std::vector<Entry> kRows{
-    {"scan", "sandboxed", MeasureScan},     {"scan-text", "sandboxed", MeasureScanOverText},
-    {"sample", "sandboxed", MeasureSample}, {"keys", "sandboxed", MeasureKeys},
-    {"child", "sandboxed", MeasureChild},   {"child-systemctl", "live", MeasureSystemctlChild},
+    {"scan", "sandboxed", MeasureScan},
+    {"scan-text", "sandboxed", MeasureScanOverText},
+    {"group", "sandboxed", MeasureGroup},
+    {"sample", "sandboxed", MeasureSample},
+    {"keys", "sandboxed", MeasureKeys},
+    {"child", "sandboxed", MeasureChild},
+    {"queue", "sandboxed", MeasureQueue},
+    {"registry", "sandboxed", MeasureRegistry},
+    {"log", "sandboxed", MeasureLog},
+    {"load", "sandboxed", MeasureLoad},
+    {"child-systemctl", "live", MeasureSystemctlChild},
+    {"action", "live", MeasureAction},
+    {"unmount", "live", MeasureUnmount},
 };
 
 struct Options {
@@ -62,6 +72,8 @@ Options ReadOptions(const std::vector<std::string>& words)
             options.settings.processorTime = true;
         } else if (word == "--seconds") {
             options.settings.seconds = std::stod(value());
+        } else if (word == "--disk") {
+            options.settings.disk = value();
         } else if (word == "--json") {
             options.json = value();
         } else {

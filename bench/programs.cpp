@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <memory>
 #include <spawn.h>
 #include <stdexcept>
 #include <sys/wait.h>
@@ -136,6 +137,23 @@ void ReadWithPopen(const Words& words)
     FILE* stream = popen(command.c_str(), "re");
     const size_t size = stream == nullptr ? 0 : ReadToEnd(stream);
     Expect(size > 0 && pclose(stream) == 0, words);
+}
+
+Words ReadLines(const Words& words)
+{
+    VeskGround::Pipe pipe = VeskGround::MakePipe();
+    const pid_t pid = Vfork(words, pipe.write.Get());
+    pipe.write.Close();
+    const std::unique_ptr<FILE, int (*)(FILE*)> stream(fdopen(dup(pipe.read.Get()), "r"), std::fclose);
+    Words lines;
+    char* line = nullptr;
+    size_t size = 0;
+    for (ssize_t count = 0; (count = getline(&line, &size, stream.get())) > 0;) {
+        lines.emplace_back(line, static_cast<size_t>(count));
+    }
+    std::free(line);
+    waitpid(pid, nullptr, 0);
+    return lines;
 }
 
 } // namespace VeskBench

@@ -22,4 +22,7 @@ void ReadWithVfork(const Words& words);
 void ReadWithPosixSpawn(const Words& words);
 void ReadWithPopen(const Words& words);
 
+// The lines that a program prints, read with getline. Whatever it ends with.
+Words ReadLines(const Words& words);
+
 } // namespace VeskBench
