@@ -110,10 +110,17 @@ Outcome HostileGround::Run(const NamedOperation& operation, const std::string& n
     outcome.success = operation.call(name);
     outcome.error = VLIBCErrGet();
     outcome.changes = ChangesBetween(before, TreeNow());
-    for (const Call& call : m_systemctl.Calls()) {
-        outcome.calls.push_back(call.arguments);
-    }
+    outcome.calls = Calls();
     return outcome;
+}
+
+std::vector<Words> HostileGround::Calls() const
+{
+    std::vector<Words> calls;
+    for (const Call& call : m_systemctl.Calls()) {
+        calls.push_back(call.arguments);
+    }
+    return calls;
 }
 
 } // namespace VeskTest

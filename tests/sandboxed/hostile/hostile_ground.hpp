@@ -33,7 +33,8 @@ public:
     // Calls the operation on such a machine.
     Outcome Run(const NamedOperation& operation, const std::string& name);
 
-    ScriptedSystemctl& Systemctl() { return m_systemctl; }
+    // The arguments of systemctl, call by call.
+    std::vector<Words> Calls() const;
 
 private:
     ScriptedSystemctl m_systemctl;
