@@ -42,12 +42,6 @@ void Empty(const std::string& folder)
     }
 }
 
-void MakeUnit(const std::string& name)
-{
-    WriteUnitFile(UnitFolder::Usr, VESK::Systemd::NormalizedUnitNameGet(name), kKeys);
-    MakeFolder(std::string(kPackages) + "/" + name);
-}
-
 bool CanHaveFile(const std::string& name)
 {
     return IsEntry(name) && !name.empty() && name.size() <= kLongestEntry;
@@ -80,8 +74,10 @@ HostileGround::HostileGround()
 
 void HostileGround::Reset(const std::string& name)
 {
-    for (const char* folder :
-         {"/run/vesksystemd", kStateFolder, kPackages, kUsrUnits, kRunUnits, "/sys/fs/cgroup", "/tmp"}) {
+    // These are made by the operations themselves.
+    RemoveAll(kRunFolder);
+    RemoveAll(kStateFolder);
+    for (const char* folder : {kPackages, kUsrUnits, kRunUnits, "/sys/fs/cgroup", "/tmp"}) {
         Empty(folder);
     }
     for (const char* victim : kVictims) {
@@ -90,14 +86,24 @@ void HostileGround::Reset(const std::string& name)
     const std::string unit = BeforeZero(name);
     for (const std::string& owner : {std::string("owner"), unit}) {
         if (CanHaveFile(owner)) {
-            MakeUnit(owner);
+            MakeOwner(owner);
         }
     }
+    MakeOwner("plain");
+    m_systemctl.ForgetCalls();
+}
+
+void HostileGround::MakeOwner(const std::string& name)
+{
+    WriteUnitFile(UnitFolder::Usr, VESK::Systemd::NormalizedUnitNameGet(name), kKeys);
+    MakeFolder(std::string(kPackages) + "/" + name);
     for (const char* hierarchy : {"systemd", "veskmonitor"}) {
-        for (const char* slice : {"owner", "plain"}) {
-            WriteText(std::string("/sys/fs/cgroup/") + hierarchy + "/" + slice + ".slice/tasks", "");
-        }
+        WriteText(std::string("/sys/fs/cgroup/") + hierarchy + "/" + name + ".slice/tasks", "");
     }
+}
+
+void HostileGround::ForgetCalls()
+{
     m_systemctl.ForgetCalls();
 }
 

@@ -33,8 +33,12 @@ public:
     // Calls the operation on such a machine.
     Outcome Run(const NamedOperation& operation, const std::string& name);
 
+    // Gives NAME what a unit, a package and a slice of that name have.
+    static void MakeOwner(const std::string& name);
+
     // The arguments of systemctl, call by call.
     std::vector<Words> Calls() const;
+    void ForgetCalls();
 
 private:
     ScriptedSystemctl m_systemctl;

@@ -584,7 +584,10 @@ void AddSlices(Table& table)
     using namespace VESK::Systemd;
     const std::string text = kText;
     const std::string move = Symbol("VESK::Systemd::MoveToCgroupSlice", text + ", " + text);
-    const auto slice = [](const std::string& name) { return name + ".slice"; };
+    // Behind a zero byte it would be no part of the name.
+    const auto slice = [](std::string name) {
+        return name.insert(std::min(name.find('\0'), name.size()), ".slice");
+    };
     table
         .Row(move, Names::Slice,
              [slice](const std::string& name) { return MoveToCgroupSlice(slice(name), "veskmonitor"); })

@@ -141,7 +141,10 @@ Verdict VerdictOf(Names names, const std::string& given)
         }
         return name.empty() || IsTooLong(name) ? kFails : kAsPlain;
     case Names::Slice:
-        return name.find('/') != std::string::npos ? kRefused : kFails;
+        if (name.find('/') != std::string::npos) {
+            return kRefused;
+        }
+        return name.empty() || !IsEntry(name) ? kFails : EntryVerdict(name);
     case Names::Hierarchy:
         return IsEntry(name) ? kFails : kRefused;
     case Names::KilledSlice:

@@ -140,6 +140,7 @@ constexpr std::array<const char*, 3> kWritten{kRunFolder, kStateFolder, kPackage
 void MountOnWritten(const char* options)
 {
     for (const char* folder : kWritten) {
+        MakeFolder(folder);
         Require(mount("state", folder, "tmpfs", 0, options), "mount", folder);
     }
     WriteText(std::string(kPackages) + "/plain/x", "");

@@ -73,6 +73,16 @@ TEST_F(Uninstall, DeletesTheFilesBetweenTheTwoReloads)
     EXPECT_THAT(ListFolder(kEtcUnits), ElementsAre("second"));
 }
 
+TEST_F(Uninstall, DeletesWhatTheUnitSharesWithOthersToo)
+{
+    const std::string shared = WriteDropIn(UnitFolder::Etc, "service", "10-all.conf", "[Service]\n");
+    const std::string unitFile = WriteUnitFile(UnitFolder::Etc, "foo@.service", "[Service]\n");
+    Files("foo@1", unitFile, shared);
+    EXPECT_TRUE(Run({"foo@1"}));
+    EXPECT_FALSE(Exists(shared));
+    EXPECT_FALSE(Exists(unitFile));
+}
+
 TEST_F(Uninstall, KeepsADropInFolderThatHoldsOtherFiles)
 {
     const std::string dropIn = DropIn("a.conf");
