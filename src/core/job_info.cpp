@@ -3,6 +3,8 @@
 #include <boost/bimap.hpp>
 #include <initializer_list>
 
+#include "core/immortal.hpp"
+
 namespace VESK::Systemd
 {
 namespace
@@ -17,12 +19,12 @@ WordMap<Value> WordMapOf(std::initializer_list<typename WordMap<Value>::value_ty
     return WordMap<Value>(rows.begin(), rows.end());
 }
 
-// Made when the library is loaded, so that a caller's static objects may use them up to their end. "unknow"
-// is this library's own word for what systemd has no word for.
-const auto kTypes =
-    WordMapOf<JobType>({{JobType::Unknown, "unknow"}, {JobType::Start, "start"}, {JobType::Stop, "stop"}});
-const auto kStates = WordMapOf<JobState>(
-    {{JobState::Unknown, "unknow"}, {JobState::Running, "running"}, {JobState::Waiting, "waiting"}});
+// Made when the library is loaded, so that a caller's static objects may use them. "unknow" is this library's own
+// word for what systemd has no word for.
+const auto& kTypes = Immortal(
+    WordMapOf<JobType>({{JobType::Unknown, "unknow"}, {JobType::Start, "start"}, {JobType::Stop, "stop"}}));
+const auto& kStates = Immortal(WordMapOf<JobState>(
+    {{JobState::Unknown, "unknow"}, {JobState::Running, "running"}, {JobState::Waiting, "waiting"}}));
 
 template <typename View, typename Key, typename Value>
 bool Lookup(const View& view, const Key& key, Value& value)

@@ -7,19 +7,16 @@
 namespace VESK::Systemd
 {
 
-/** A compiled POSIX extended regular expression. */
+/**
+ * A compiled POSIX extended regular expression of the whole process, which is never freed: while a process ends, its
+ * other threads may still be in the library.
+ */
 class Pattern
 {
 public:
     explicit Pattern(const char* szPattern) noexcept
         : m_nError(regcomp(&m_regex, szPattern, REG_EXTENDED))
     {
-    }
-    ~Pattern()
-    {
-        if (m_nError == 0) {
-            regfree(&m_regex);
-        }
     }
     Pattern(const Pattern&) = delete;
     Pattern& operator=(const Pattern&) = delete;

@@ -31,10 +31,10 @@ struct Answer {
     Texts vecLines;
     /** A signal ended it. */
     bool blKilled = false;
-
-    bool IsSuccess() const { return blGiven && nExitCode == 0; }
     /** Systemctl was not to be run, for a job that is queued. */
     bool blRefused = false;
+
+    bool IsSuccess() const { return blGiven && nExitCode == 0; }
 };
 
 /**

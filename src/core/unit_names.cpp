@@ -2,6 +2,7 @@
 
 #include "vesksystemd.hpp"
 
+#include "core/immortal.hpp"
 #include "core/text.hpp"
 
 namespace VESK::Systemd
@@ -9,10 +10,20 @@ namespace VESK::Systemd
 namespace
 {
 
-/** Made when the library is loaded, so that a caller's static objects may use it up to their end. */
-const std::set<std::string> kUnitTypes{
-    "service", "socket", "device", "mount", "automount", "swap", "target", "path", "timer", "slice", "scope",
-};
+/** Made when the library is loaded, so that a caller's static objects may use it. */
+const auto& kUnitTypes = Immortal(std::set<std::string>{
+    "service",
+    "socket",
+    "device",
+    "mount",
+    "automount",
+    "swap",
+    "target",
+    "path",
+    "timer",
+    "slice",
+    "scope",
+});
 
 } // namespace
 

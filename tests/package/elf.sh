@@ -1,6 +1,7 @@
 #!/bin/sh
 # The libraries' names, and that nothing weakens them: bound at once, read-only after that, no executable
-# stack, no text relocations, no search path but their own folder.
+# stack, no text relocations, no search path but their own folder, and nothing is destroyed while other threads of an
+# ending process may still be in them.
 . "$SOURCE/tests/package/lib.sh"
 
 dynamic() { readelf -dW "$1" | sed -n "s/.*($2) *//p"; }
@@ -10,6 +11,7 @@ check() { # FILE
     [ -z "$(dynamic "$1" TEXTREL)$(dynamic "$1" FLAGS | grep TEXTREL)" ] || fail "$1 has text relocations"
     [ -z "$(dynamic "$1" RPATH)" ] || fail "$1 has an RPATH"
     readelf -lW "$1" | grep -q GNU_RELRO || fail "$1 has no RELRO segment"
+    ! readelf -sW "$1" | grep ' __cxa_atexit' >/dev/null || fail "$1 destroys objects at exit"
     readelf -lW "$1" | grep GNU_STACK | grep -q ' RW ' || fail "$1 has an executable stack"
 }
 
@@ -17,6 +19,7 @@ for name in vesksystemd veskcore veskbootseq; do
     library=$PREFIX/lib/lib$name.so.7
     check "$library"
     [ "$(dynamic "$library" SONAME)" = "Library soname: [lib$name.so.7]" ] || fail "$library: wrong soname"
+    dynamic "$library" FLAGS_1 | grep -q NODELETE || fail "$library can be unloaded"
     # shellcheck disable=SC2016 # $ORIGIN is the loader's word
     [ "$(dynamic "$library" RUNPATH)" = 'Library runpath: [$ORIGIN]' ] || fail "$library: wrong runpath"
     [ "$(readlink -f "$PREFIX/lib/lib$name.so")" = "$(readlink -f "$library")" ] || fail "lib$name.so: wrong link"
