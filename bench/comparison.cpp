@@ -117,10 +117,20 @@ Spread SpreadOf(Samples samples)
     return {at(2), at(1), at(3)};
 }
 
-Row::Row(const std::string& name, const Settings& settings)
+Row::Row(const std::string& name, const std::string& title, const Settings& settings)
     : m_name(name)
+    , m_title(title)
     , m_settings(settings)
 {
+}
+
+Json::Value Row::Result(const std::string& load) const
+{
+    Json::Value result;
+    result["row"] = m_name;
+    result["title"] = m_title;
+    result["load"] = load;
+    return result;
 }
 
 std::map<std::string, Samples> Row::Compare(const Comparison& comparison)
@@ -141,9 +151,7 @@ std::map<std::string, Samples> Row::Compare(const Comparison& comparison)
         return samples;
     }
     std::printf("%s: %s (%zu rounds)\n", m_name.c_str(), comparison.load.c_str(), rounds);
-    Json::Value result;
-    result["row"] = m_name;
-    result["load"] = comparison.load;
+    Json::Value result = Result(comparison.load);
     result["rounds"] = static_cast<Json::UInt64>(rounds);
     for (const Way& way : comparison.ways) {
         const Spread time = SpreadOf(samples[way.name]);
@@ -188,9 +196,7 @@ void Row::TellRatio(Json::Value& result, const std::string& what, const Spread& 
 void Row::Tell(const std::string& load, const std::string& what, const Samples& ratios, double most)
 {
     std::printf("%s: %s\n", m_name.c_str(), load.c_str());
-    Json::Value result;
-    result["row"] = m_name;
-    result["load"] = load;
+    Json::Value result = Result(load);
     result["rounds"] = static_cast<Json::UInt64>(ratios.size());
     TellRatio(result, what, SpreadOf(ratios), most);
     m_results.append(result);
@@ -200,9 +206,7 @@ void Row::Tell(const std::string& load, const std::string& what, const Samples& 
 void Row::Tell(const std::string& load, const std::string& what, const std::string& value)
 {
     std::printf("%s: %s: %s: %s\n", m_name.c_str(), load.c_str(), what.c_str(), value.c_str());
-    Json::Value result;
-    result["row"] = m_name;
-    result["load"] = load;
+    Json::Value result = Result(load);
     result["facts"][what] = value;
     m_results.append(result);
     std::fflush(stdout);

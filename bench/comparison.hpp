@@ -56,7 +56,7 @@ struct Settings {
 class Row
 {
 public:
-    Row(const std::string& name, const Settings& settings);
+    Row(const std::string& name, const std::string& title, const Settings& settings);
 
     bool IsSmallest() const { return m_settings.smallest; }
 
@@ -81,7 +81,10 @@ private:
     void TellThatAllRan(const Comparison& comparison) const;
     void TellRatio(Json::Value& results, const std::string& what, const Spread& ratio, double most);
 
+    Json::Value Result(const std::string& load) const;
+
     std::string m_name;
+    std::string m_title;
     Settings m_settings;
     Json::Value m_results{Json::arrayValue};
 };

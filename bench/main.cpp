@@ -10,6 +10,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <sys/utsname.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -27,23 +28,24 @@ using namespace VeskBench;
 struct Entry {
     std::string name;
     std::string ground;
+    std::string title;
     void (*measure)(Row& row);
 };
 
 const std::vector<Entry> kRows{
-    {"scan", "sandboxed", MeasureScan},
-    {"scan-text", "sandboxed", MeasureScanOverText},
-    {"group", "sandboxed", MeasureGroup},
-    {"sample", "sandboxed", MeasureSample},
-    {"keys", "sandboxed", MeasureKeys},
-    {"child", "sandboxed", MeasureChild},
-    {"queue", "sandboxed", MeasureQueue},
-    {"registry", "sandboxed", MeasureRegistry},
-    {"log", "sandboxed", MeasureLog},
-    {"load", "sandboxed", MeasureLoad},
-    {"child-systemctl", "live", MeasureSystemctlChild},
-    {"action", "live", MeasureAction},
-    {"unmount", "live", MeasureUnmount},
+    {"scan", "sandboxed", "services by mount path", MeasureScan},
+    {"scan-text", "sandboxed", "services by mount path, maps as text", MeasureScanOverText},
+    {"group", "sandboxed", "a group of volumes", MeasureGroup},
+    {"sample", "sandboxed", "process sampling", MeasureSample},
+    {"keys", "sandboxed", "one key of each unit file", MeasureKeys},
+    {"child", "sandboxed", "starting a child and reading its output", MeasureChild},
+    {"child-systemctl", "live", "the same with the real systemctl", MeasureSystemctlChild},
+    {"action", "live", "an action on a real systemd", MeasureAction},
+    {"unmount", "live", "a whole unmount action", MeasureUnmount},
+    {"queue", "sandboxed", "the queue and long output", MeasureQueue},
+    {"registry", "sandboxed", "a register in a volume registry", MeasureRegistry},
+    {"log", "sandboxed", "a line of the log", MeasureLog},
+    {"load", "sandboxed", "size and load", MeasureLoad},
 };
 
 struct Options {
@@ -95,7 +97,7 @@ bool IsWanted(const Entry& entry, const Options& options)
 {
     int status = EXIT_SUCCESS;
     try {
-        Row row(entry.name, settings);
+        Row row(entry.name, entry.title, settings);
         entry.measure(row);
         VeskGround::WriteAll(results, row.Results().toStyledString(), "the results");
     } catch (const std::exception& error) {
@@ -142,37 +144,63 @@ Json::Value ReadJson(const std::string& path)
     return value;
 }
 
-// Those of a row that was measured again take the place of what it had.
+// What was measured of a row takes the place of what it had; rows stay in the order of the table.
 void Keep(const std::string& name, const Json::Value& results, Json::Value& all)
 {
     Json::Value kept(Json::arrayValue);
-    for (const Json::Value& result : all) {
-        if (result["row"] != name) {
-            kept.append(result);
+    for (const Entry& entry : kRows) {
+        for (const Json::Value& result : entry.name == name ? results : all) {
+            if (result["row"] == entry.name) {
+                kept.append(result);
+            }
         }
-    }
-    for (const Json::Value& result : results) {
-        kept.append(result);
     }
     all = kept;
 }
 
+Json::Value Machine()
+{
+    utsname names{};
+    uname(&names);
+    Json::Value machine;
+    machine["kernel"] = names.release;
+    machine["cores"] = static_cast<Json::Int64>(sysconf(_SC_NPROCESSORS_ONLN));
+    std::ifstream processors("/proc/cpuinfo");
+    for (std::string line; std::getline(processors, line);) {
+        if (line.rfind("model name", 0) == 0) {
+            machine["processor"] = line.substr(line.find(": ") + 2);
+            break;
+        }
+    }
+    return machine;
+}
+
+void Write(const Json::Value& document, const std::string& path)
+{
+    std::ofstream file(path);
+    file << document.toStyledString() << std::flush;
+    if (!file) {
+        Refuse("the results cannot be written to " + path);
+    }
+}
+
+// The results are kept row by row, so that what ends in between does not lose those before.
 int MeasureAll(const Options& options)
 {
     Json::Value document = options.json.empty() ? Json::Value() : ReadJson(options.json);
+    document["machine"] = Machine();
+    document["time"] = options.settings.processorTime ? "processor" : "wall";
     int status = EXIT_SUCCESS;
     for (const Entry& entry : kRows) {
-        Json::Value results;
-        if (IsWanted(entry, options)) {
-            status = Measure(entry, options.settings, results) ? status : EXIT_FAILURE;
-            Keep(entry.name, results, document["rows"]);
+        if (!IsWanted(entry, options)) {
+            continue;
         }
-    }
-    if (!options.json.empty()) {
-        document["smallest"] = options.settings.smallest;
-        std::ofstream file(options.json);
-        file << document.toStyledString() << std::flush;
-        status = file ? status : EXIT_FAILURE;
+        Json::Value results;
+        status = Measure(entry, options.settings, results) ? status : EXIT_FAILURE;
+        Keep(entry.name, results, document["rows"]);
+        if (!options.json.empty()) {
+            Write(document, options.json);
+        }
     }
     return status;
 }
@@ -181,7 +209,7 @@ int Run(const Options& options)
 {
     if (options.list) {
         for (const Entry& entry : kRows) {
-            std::printf("%s %s\n", entry.name.c_str(), entry.ground.c_str());
+            std::printf("%-16s %-10s %s\n", entry.name.c_str(), entry.ground.c_str(), entry.title.c_str());
         }
         return EXIT_SUCCESS;
     }

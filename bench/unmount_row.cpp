@@ -70,27 +70,29 @@ void WriteUnits(int users, int units)
     VeskTest::DaemonReload();
 }
 
-void StartUsers(int users)
+Words AllUsers(int users, Words words)
 {
-    std::vector<std::string> words{"start"};
     for (int number = 0; number < users; ++number) {
         words.push_back(User(number));
     }
-    VeskTest::MustSystemctl(words);
+    return words;
 }
 
 // Those that are started have still to become the programs that hold the files.
+bool AllUse(int users)
+{
+    std::istringstream pids(
+        VeskTest::MustSystemctl(AllUsers(users, {"show", "--property=MainPID", "--value"})));
+    int found = 0;
+    for (std::string pid; pids >> pid;) {
+        found += access(("/proc/" + pid + "/fd/3").c_str(), F_OK) == 0 ? 1 : 0;
+    }
+    return found == users;
+}
+
 void AwaitUsers(int users)
 {
-    const auto count = [&] {
-        int found = 0;
-        for (int number = 0; number < users; ++number) {
-            const std::string pid = VeskTest::Property(User(number), "MainPID");
-            found += access(("/proc/" + pid + "/fd/3").c_str(), F_OK) == 0 ? 1 : 0;
-        }
-        return found;
-    };
-    if (!VeskTest::Eventually([&] { return count() == users; })) {
+    if (!VeskTest::Eventually([&] { return AllUse(users); })) {
         throw std::runtime_error("the services do not use the volume");
     }
 }
@@ -158,7 +160,7 @@ void MeasureUnmount(Row& row)
     const int processes = row.Size(1000, 100);
     VeskGround::MountTmpfs(kVolume, "0755");
     WriteUnits(users, units);
-    StartUsers(users);
+    VeskTest::MustSystemctl(AllUsers(users, {"start"}));
     AwaitUsers(users);
     const HerdFiles files;
     const Herd herd(files, 0, processes - users);

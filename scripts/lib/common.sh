@@ -8,6 +8,7 @@ VESK_PACKAGES_BUILD=(g++ make cmake ninja-build pkg-config libboost-dev libcli11
 VESK_PACKAGES_TEST=(libgtest-dev libgmock-dev binutils procps util-linux mount
     systemd dbus libpam-systemd)
 VESK_PACKAGES_BENCH=(libglib2.0-dev psmisc lsof)
+VESK_PACKAGES_REPORT=(python3-matplotlib)
 VESK_PACKAGES_CHECK=(clang clang-format clang-tidy shellcheck)
 VESK_PACKAGES_COVERAGE=(gcovr)
 VESK_PACKAGES_FUZZ=(clang libclang-rt-dev)
