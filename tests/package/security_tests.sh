@@ -2,6 +2,7 @@
 # Every test that docs/security.md and docs/reliability.md name as Suite.Test is written in a source of the tests.
 . "$SOURCE/tests/package/lib.sh"
 
+# shellcheck disable=SC2016 # backquotes as in Markdown
 cat "$SOURCE"/docs/security.md "$SOURCE"/docs/reliability.md |
     grep -oE '`[A-Z][A-Za-z]*\.[A-Z][A-Za-z0-9]*`' | tr -d '`' | grep -vx 'Suite\.Test' | sort -u >"$WORK/named"
 [ "$(wc -l <"$WORK/named")" -ge 40 ] || fail "hardly any test is named"
