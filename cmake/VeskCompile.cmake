@@ -1,7 +1,8 @@
 # vesk_compile(TARGET): warnings, hardening, sanitizers and coverage as this build was configured.
 # vesk_compile_test(TARGET [HOLDS_TESTED_CODE]): the same for a test's own code, which has no use for optimisation
 # and, when it holds none of the code that it tests, none for the sanitizers of memory and undefined behaviour:
-# each would take more than half of the build's time. (The thread sanitizer has to see everything.)
+# each would take more than half of the build's time. (The thread sanitizer has to see everything, and
+# VESK_SANITIZE_TESTS has the others see it too.)
 include_guard()
 
 set(VESK_WARNINGS
@@ -76,7 +77,7 @@ function(vesk_compile_test target)
     endif()
     if(VESK_SANITIZE)
         target_compile_definitions(${target} PRIVATE VESK_SANITIZED)
-        if(NOT VESK_SANITIZE STREQUAL "thread" AND NOT COMPILE_HOLDS_TESTED_CODE)
+        if(NOT VESK_SANITIZE STREQUAL "thread" AND NOT COMPILE_HOLDS_TESTED_CODE AND NOT VESK_SANITIZE_TESTS)
             target_compile_options(${target} PRIVATE -fno-sanitize=all)
         endif()
     endif()

@@ -36,9 +36,8 @@ constexpr const char* kVictims[] = {"/run/victim.service/held",
 void Empty(const std::string& folder)
 {
     for (const std::string& name : ListFolder(folder)) {
-        if (folder != "/run" || name != "sandbox") {
-            RemoveAll(folder + "/" + name);
-        }
+        std::string path = folder;
+        RemoveAll(path.append("/").append(name));
     }
 }
 
@@ -77,7 +76,7 @@ void HostileGround::Reset(const std::string& name)
     // These are made by the operations themselves.
     RemoveAll(kRunFolder);
     RemoveAll(kStateFolder);
-    for (const char* folder : {kPackages, kUsrUnits, kRunUnits, "/sys/fs/cgroup", "/tmp"}) {
+    for (const char* folder : {kPackages, kUsrUnits, kRunUnits, "/sys/fs/cgroup"}) {
         Empty(folder);
     }
     for (const char* victim : kVictims) {

@@ -292,7 +292,7 @@ TEST_F(Soak, ProcessesThatMixAllOperationsLoseNothingAndAllComeToAnEnd)
         processes.push_back(std::make_unique<OtherProcess>([&, number] {
             Mixer mixer(number, kShared, m_expected);
             const std::string wrong = mixer.Run(end);
-            Tell("/tmp/soak/" + Own(number), mixer);
+            Tell("/run/soak/" + Own(number), mixer);
             std::fprintf(stderr, "%s", wrong.empty() ? "" : (wrong + "\n").c_str());
             return wrong.empty() ? 0 : 1;
         }));
@@ -302,7 +302,7 @@ TEST_F(Soak, ProcessesThatMixAllOperationsLoseNothingAndAllComeToAnEnd)
     Left left;
     for (int number = 0; number < kProcesses; ++number) {
         EXPECT_EQ(processes[static_cast<std::size_t>(number)]->Wait(Length() + kPatience), Exited(0));
-        AddTold(ReadText("/tmp/soak/" + Own(number)), Own(number), left);
+        AddTold(ReadText("/run/soak/" + Own(number)), Own(number), left);
     }
     isOver = true;
     cleaner.join();

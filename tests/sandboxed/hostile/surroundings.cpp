@@ -144,8 +144,8 @@ Outcome RunWithin(HostileGround& ground, const NamedOperation& operation, const 
     const SharedReport report;
     EXPECT_EQ(RunInChild([&] { return CallWithin(operation, surroundings, report); }), Exited(0));
     EXPECT_TRUE(Eventually([&] { return OtherProcessesOfThisProgram() == others; }));
-    const Outcome outcome{report->success, report->error, ground.Calls(),
-                          WithoutProcesses(ChangesBetween(before, TreeNow()))};
+    Outcome outcome{report->success, report->error, ground.Calls(),
+                    WithoutProcesses(ChangesBetween(before, TreeNow()))};
     surroundings.after();
     return outcome;
 }

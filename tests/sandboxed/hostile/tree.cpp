@@ -16,15 +16,9 @@ namespace VeskTest
 namespace
 {
 
-constexpr const char* kRoots[] = {"/etc/systemd/system",
-                                  "/run",
-                                  "/tmp",
-                                  "/usr/lib/systemd/system",
-                                  "/usr/local/lib/systemd/system",
-                                  "/usr/vesk",
-                                  "/var/log",
-                                  "/var/packages",
-                                  "/sys/fs/cgroup"};
+constexpr const char* kRoots[] = {
+    "/etc/systemd/system", "/run",     "/usr/lib/systemd/system", "/usr/local/lib/systemd/system",
+    "/usr/vesk",           "/var/log", "/var/packages",           "/sys/fs/cgroup"};
 
 std::string Contents(const std::string& path, const struct stat& status)
 {
