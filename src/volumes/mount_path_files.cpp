@@ -22,13 +22,29 @@ MountPathFiles::MountPathFiles(const std::string& strMntPath)
     DeviceGet(m_strMntPath, m_device);
 }
 
-bool MountPathFiles::IsUsedBy(int nPid, std::string& strFile)
+void MountPathFiles::Uses(int nPid, const Visit& visit)
 {
     m_blIncomplete = false;
     const std::string strProcess = "/proc/" + std::to_string(nPid);
-    return IsLinkOnMountPath(AT_FDCWD, (strProcess + "/cwd").c_str(), strFile) ||
-           IsLinkOnMountPath(AT_FDCWD, (strProcess + "/exe").c_str(), strFile) ||
-           HoldsOpen(strProcess, strFile) || Maps(strProcess, strFile);
+    const auto linkVisit = [&](const char* szLink, FileUse use) {
+        std::string strFile;
+        return !IsLinkOnMountPath(AT_FDCWD, (strProcess + szLink).c_str(), strFile) || visit(use, strFile);
+    };
+    if (linkVisit("/cwd", FileUse::WorkingFolder) && linkVisit("/exe", FileUse::Program) &&
+        OpenVisit(strProcess, visit)) {
+        MapsVisit(strProcess, visit);
+    }
+}
+
+bool MountPathFiles::IsUsedBy(int nPid, std::string& strFile)
+{
+    bool blUsed = false;
+    Uses(nPid, [&](FileUse, const std::string& strFound) {
+        strFile = strFound;
+        blUsed = true;
+        return false;
+    });
+    return blUsed;
 }
 
 MountPathFiles::File MountPathFiles::OnMountPath(std::string_view svPath)
@@ -107,38 +123,36 @@ bool MountPathFiles::IsLinkOnMountPath(int fdFolder, const char* szLink, std::st
     return file.has_value();
 }
 
-bool MountPathFiles::HoldsOpen(const std::string& strProcess, std::string& strFile)
+bool MountPathFiles::OpenVisit(const std::string& strProcess, const Visit& visit)
 {
     Directory descriptors(strProcess + "/fd/");
     if (descriptors.Error() != 0) {
         PassOver(descriptors.Error());
-        return false;
+        return true;
     }
+    std::string strFile;
     while (const char* szDescriptor = descriptors.Next()) {
-        if (IsLinkOnMountPath(descriptors.Descriptor(), szDescriptor, strFile)) {
-            return true;
+        if (IsLinkOnMountPath(descriptors.Descriptor(), szDescriptor, strFile) &&
+            !visit(FileUse::Open, strFile)) {
+            return false;
         }
     }
     // A list that breaks off may hold more, but that of a process that ends.
     const int nError = descriptors.Error();
     m_blIncomplete = m_blIncomplete || (nError != 0 && nError != ENOENT && nError != ESRCH);
-    return false;
+    return true;
 }
 
-bool MountPathFiles::Maps(const std::string& strProcess, std::string& strFile)
+void MountPathFiles::MapsVisit(const std::string& strProcess, const Visit& visit)
 {
-    bool blFound = false;
-    const bool blRead = FilePiecesRead(strProcess + "/maps", [&](std::string_view svPiece) {
-        blFound = IsMapped(svPiece, strFile);
-        return !blFound;
-    });
+    const bool blRead = FilePiecesRead(strProcess + "/maps",
+                                       [&](std::string_view svPiece) { return MappedVisit(svPiece, visit); });
     if (!blRead) {
         PassOver(errno);
     }
-    return blFound;
 }
 
-bool MountPathFiles::IsMapped(std::string_view svMaps, std::string& strFile)
+bool MountPathFiles::MappedVisit(std::string_view svMaps, const Visit& visit)
 {
     Lines lines(svMaps);
     std::string_view svLast;
@@ -149,12 +163,12 @@ bool MountPathFiles::IsMapped(std::string_view svMaps, std::string& strFile)
             continue;
         }
         svLast = svPath;
-        if (const File file = OnMountPath(svPath)) {
-            strFile = *file;
-            return true;
+        const File file = OnMountPath(svPath);
+        if (file && !visit(FileUse::Mapped, *file)) {
+            return false;
         }
     }
-    return false;
+    return true;
 }
 
 } // namespace VESK::Systemd

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -9,6 +10,9 @@
 namespace VESK::Systemd
 {
 
+/** How a process uses a file. */
+enum class FileUse { WorkingFolder, Program, Open, Mapped };
+
 /**
  * One scan for the files of processes that lie on a mount path. What a text resolves to is the same for the
  * whole scan, so each is resolved once: all processes map the same libraries and many hold the same files.
@@ -17,6 +21,12 @@ class MountPathFiles
 {
 public:
     explicit MountPathFiles(const std::string& strMntPath);
+
+    /** Is told of a file on the mount path; false to be told of no more. */
+    using Visit = std::function<bool(FileUse use, const std::string& strFile)>;
+
+    /** Visits the files on the mount path that a process works in, runs, holds open and maps, in this order. */
+    void Uses(int nPid, const Visit& visit);
 
     /** Whether a process works in, runs, holds open or maps a file on the mount path; that of the first
      * found. */
@@ -43,9 +53,10 @@ private:
     /** Notes what has failed. False when that tells nothing of what was looked at. */
     bool PassOver(int nError);
     bool IsLinkOnMountPath(int fdFolder, const char* szLink, std::string& strFile);
-    bool HoldsOpen(const std::string& strProcess, std::string& strFile);
-    bool Maps(const std::string& strProcess, std::string& strFile);
-    bool IsMapped(std::string_view svMaps, std::string& strFile);
+    /** False when the visit is over. */
+    bool OpenVisit(const std::string& strProcess, const Visit& visit);
+    bool MappedVisit(std::string_view svMaps, const Visit& visit);
+    void MapsVisit(const std::string& strProcess, const Visit& visit);
 
     std::string m_strMntPath;
     dev_t m_device = 0;

@@ -36,10 +36,8 @@ bool IsBelowUserManager(const Texts& vecFolders)
     return !vecFolders.empty() && std::any_of(vecFolders.begin(), vecFolders.end() - 1, IsUserManager);
 }
 
-/**
- * The unit of the system that holds a process; empty when there is none. False when it cannot be told. All is
- * taken from one look at the process, which may move meanwhile.
- */
+} // namespace
+
 bool SystemUnitGet(int nPid, std::string& strUnit)
 {
     std::string strPath;
@@ -52,8 +50,7 @@ bool SystemUnitGet(int nPid, std::string& strUnit)
     return true;
 }
 
-/** Whether a unit is a service that does not ask to be left out. */
-bool IsListed(const std::string& strUnit)
+bool IsListedForMountPath(const std::string& strUnit)
 {
     if (UnitTypeGet(strUnit) != "service") {
         return false;
@@ -61,6 +58,9 @@ bool IsListed(const std::string& strUnit)
     bool blSkip = false;
     return !VESKSystemdServiceSkipListByMntPath(strUnit, blSkip) || !blSkip;
 }
+
+namespace
+{
 
 /** Adds the service that holds a process if that one uses files on the mount path. False when it cannot be told. */
 bool UserAdd(MountPathFiles& files, int nPid, Services& setServices)
@@ -73,7 +73,7 @@ bool UserAdd(MountPathFiles& files, int nPid, Services& setServices)
     if (!SystemUnitGet(nPid, strUnit)) {
         return false;
     }
-    if (IsListed(strUnit)) {
+    if (IsListedForMountPath(strUnit)) {
         VESK_LOG(LOG_INFO, "%s:%d vesksystemd: file used: [%s]", VESK_HERE, strFile.c_str());
         setServices.insert(strUnit);
     }

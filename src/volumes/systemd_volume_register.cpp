@@ -6,6 +6,7 @@
 #include "core/lock_release.hpp"
 #include "core/log.hpp"
 #include "core/names.hpp"
+#include "core/paths.hpp"
 #include "core/text.hpp"
 #include "volumes/registry_file.hpp"
 #include "volumes/volume_array.hpp"
@@ -14,8 +15,6 @@ using namespace VESK::Systemd;
 
 namespace
 {
-
-constexpr const char* kRegistryFile = "reg_volume";
 
 /** A registry file: whose volumes it holds, and where. */
 struct Registry {
@@ -27,17 +26,19 @@ struct Registry {
 
 Registry UnitRegistry(const std::string& strUnit)
 {
-    return {"/usr/vesk/etc/vesksystemd/volume-register/", NormalizedUnitNameGet(strUnit)};
+    return {kVolumeRegisterDirectory, NormalizedUnitNameGet(strUnit)};
 }
 
 std::string PackageDirectory(const std::string& strPackage)
 {
-    return "/var/packages/" + BeforeZero(strPackage);
+    return kPackagesDirectory + BeforeZero(strPackage);
 }
 
 Registry PackageRegistry(const std::string& strPackage)
 {
-    return {PackageDirectory(strPackage) + "/etc/veskpkg_conf/", kRegistryFile};
+    const std::string strPath = PackageDirectory(strPackage) + kPackageRegisterFile;
+    const size_t nFile = strPath.rfind('/') + 1;
+    return {strPath.substr(0, nFile), strPath.substr(nFile)};
 }
 
 /** The registered volumes; none when there is no file yet. */

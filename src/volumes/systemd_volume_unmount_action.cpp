@@ -19,14 +19,13 @@
 #include "core/text.hpp"
 #include "units/systemd_start.hpp"
 #include "volumes/mount_path_services.hpp"
+#include "volumes/unmount_services.hpp"
 
 using namespace VESK::Systemd;
 
 namespace
 {
 
-constexpr const char* kBeginTarget = "unmount-volume-begin.target";
-constexpr const char* kEndTarget = "unmount-volume-end.target";
 constexpr const char* kTargetDirectory = "/run/systemd/system";
 constexpr const char* kPackageControl = "pkgctl-";
 constexpr int kMostTries = 5;
@@ -42,19 +41,6 @@ bool Acquire(FileLock& lock)
     return false;
 }
 
-/** The unit that stands for this one when services are stopped and started. */
-std::string MasterUnitGet(const std::string& strUnit)
-{
-    try {
-        const std::string strMaster = XVesklineKeyGet(strUnit, "Master");
-        return strMaster.empty() ? strUnit : strMaster;
-    } catch (const std::exception& error) {
-        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to get master unit: [%s], reason: [%s]", VESK_HERE,
-                 strUnit.c_str(), error.what());
-        return strUnit;
-    }
-}
-
 /** Whether one of the volumes is registered by the unit, or by the package that the unit controls. */
 bool IsRegistered(const std::string& strUnit, const Texts& vecVolumes)
 {
@@ -66,8 +52,21 @@ bool IsRegistered(const std::string& strUnit, const Texts& vecVolumes)
     return VESKSystemdVolumeIsRegisteredByPackage(strName.substr(strPrefix.size()), vecVolumes);
 }
 
-/** Whether the unit declares a dependency that concerns one of the volumes. */
-bool DependsOn(const std::string& strUnit, const Texts& vecVolumes)
+} // namespace
+
+std::string VESK::Systemd::MasterUnitGet(const std::string& strUnit)
+{
+    try {
+        const std::string strMaster = XVesklineKeyGet(strUnit, "Master");
+        return strMaster.empty() ? strUnit : strMaster;
+    } catch (const std::exception& error) {
+        VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Failed to get master unit: [%s], reason: [%s]", VESK_HERE,
+                 strUnit.c_str(), error.what());
+        return strUnit;
+    }
+}
+
+bool VESK::Systemd::DependsOnVolumes(const std::string& strUnit, const Texts& vecVolumes)
 {
     VESK_SYSTEMD_VOLUME_DEPENDENCY dependency = VESK_SYSTEMD_VOLUME_DEPENDENCY_NONE;
     if (!VESKSystemdVolumeDependencyGet(strUnit, dependency)) {
@@ -87,6 +86,9 @@ bool DependsOn(const std::string& strUnit, const Texts& vecVolumes)
     }
     return false;
 }
+
+namespace
+{
 
 bool IsRunning(const std::string& strUnit)
 {
@@ -111,7 +113,7 @@ bool DependentsAdd(const Texts& vecVolumes, Services& setServices)
         return false;
     }
     for (const std::string& strUnit : vecUnits) {
-        if (DependsOn(strUnit, vecVolumes) && IsRunning(strUnit)) {
+        if (DependsOnVolumes(strUnit, vecVolumes) && IsRunning(strUnit)) {
             setServices.insert(MasterUnitGet(strUnit));
         }
     }
@@ -170,9 +172,9 @@ bool TargetWrite(const char* szTarget, const char* szRelation, const Services& s
 /** Makes the targets of which the first stops the services and the second starts them. */
 bool TargetsMake(const Services& setServices)
 {
-    return TargetRemove(kBeginTarget) && TargetRemove(kEndTarget) &&
-           TargetWrite(kBeginTarget, "Conflicts", setServices) &&
-           TargetWrite(kEndTarget, "Wants", setServices) && VESKSystemdDaemonReload();
+    return TargetRemove(kUnmountBeginTarget) && TargetRemove(kUnmountEndTarget) &&
+           TargetWrite(kUnmountBeginTarget, "Conflicts", setServices) &&
+           TargetWrite(kUnmountEndTarget, "Wants", setServices) && VESKSystemdDaemonReload();
 }
 
 /** Starts the services once. The error record stays as it is but for a start that was not run. */
@@ -180,7 +182,7 @@ ActionEnd EndTargetTry()
 {
     ErrorRecordKeeper keeper;
     Texts vecFailed;
-    const ActionEnd end = StartTry({}, {kEndTarget}, vecFailed);
+    const ActionEnd end = StartTry({}, {kUnmountEndTarget}, vecFailed);
     if (end == ActionEnd::NotRun) {
         keeper.Forget();
     }
@@ -209,7 +211,7 @@ bool StopRunStart(const std::function<bool()>& action)
 {
     bool blResult = false;
     try {
-        blResult = VESKSystemdStartIrreversibly(kBeginTarget) && action();
+        blResult = VESKSystemdStartIrreversibly(kUnmountBeginTarget) && action();
     } catch (...) {
         ServicesStart();
         throw;
@@ -226,7 +228,7 @@ bool _VESKSystemdVolumeUnmountAction(const Texts& vecGivenVolumes, std::function
     if (!VESK_ARGUMENT(!vecVolumes.empty()) || !AreVolumes(vecVolumes)) {
         return false;
     }
-    FileLock actionLock("/run/vesksystemd/locks/volume-unmount-action.lock", true, 3600);
+    FileLock actionLock(kUnmountActionLock, true, 3600);
     FileLock isolateLock(kIsolateLock, false, 3600);
     const LockRelease actionRelease(actionLock);
     const LockRelease isolateRelease(isolateLock);
