@@ -4,7 +4,7 @@
 # that the library in there is for, current or platform.
 set -euo pipefail
 
-export PATH=$1/bin:$PATH LD_LIBRARY_PATH=$1/installed/lib demo_systemd=$2
+export PATH=$1/bin:$1/installed/bin:$PATH LD_LIBRARY_PATH=$1/installed/lib demo_systemd=$2
 for act in "$1"/demo.d/[0-9]*.sh; do
     bash -euo pipefail "$act"
 done

@@ -6,10 +6,7 @@ namespace Veskctl
 const std::vector<Group>& Groups()
 {
     static const std::vector<Group> vecGroups{
-        UnitActionGroup(),
-        UnitQueryGroup(),
-        ReasonGroup(),
-        TargetGroup(),
+        UnitActionGroup(), UnitQueryGroup(), ReasonGroup(), VolumeGroup(), TargetGroup(), SliceGroup(),
     };
     return vecGroups;
 }

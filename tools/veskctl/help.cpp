@@ -130,4 +130,95 @@ std::string Overview(const std::vector<Group>& vecGroups, const std::string& str
     return strHelp + "\n" + Filled(strCodes + ".", 0);
 }
 
+namespace
+{
+
+/** The text as roff takes it: no character is a command. */
+std::string Roff(const std::string& strText)
+{
+    std::string strRoff = strText.empty() || (strText[0] != '.' && strText[0] != '\'') ? "" : "\\&";
+    for (const char c : strText) {
+        strRoff += c == '\\' ? "\\e" : c == '-' ? "\\-" : std::string(1, c);
+    }
+    return strRoff;
+}
+
+std::string RoffEntry(const std::string& strName, const std::string& strText)
+{
+    return ".TP\n.B " + Roff(strName) + "\n" + Roff(strText) + "\n";
+}
+
+std::string RoffParagraphs(const std::string& strDetails)
+{
+    std::istringstream lines(strDetails);
+    std::string strResult;
+    for (std::string strLine; std::getline(lines, strLine);) {
+        strResult += strLine.empty() ? "" : ".IP\n" + Roff(strLine) + "\n";
+    }
+    return strResult;
+}
+
+std::string RoffVerb(const Verb& verb)
+{
+    std::string strVerb = RoffEntry(Usage(verb), verb.szSummary) + RoffParagraphs(verb.szDetails);
+    if (!verb.vecOptions.empty()) {
+        strVerb += ".RS\n";
+        for (const Option& option : verb.vecOptions) {
+            strVerb += RoffEntry(OptionWord(option), option.szHelp);
+        }
+        strVerb += ".RE\n";
+    }
+    return strVerb;
+}
+
+std::string RoffHead(const std::string& strName, const std::string& strSummary)
+{
+    return ".TH " + strName +
+           " 8 \"\" \"veskctl " VESKCTL_VERSION "\" \"System administration\"\n.SH NAME\n" + Roff(strName) +
+           " \\- " + Roff(strSummary) + "\n.SH SYNOPSIS\n";
+}
+
+std::string RoffTail()
+{
+    std::string strTail = ".SH COMMON OPTIONS\n";
+    for (const Option& option : CommonOptions()) {
+        strTail += RoffEntry(OptionWord(option), option.szHelp);
+    }
+    strTail += ".SH EXIT STATUS\n";
+    for (const auto& [szCode, szMeaning] : ExitCodes()) {
+        strTail += RoffEntry(szCode, szMeaning);
+    }
+    return strTail + ".SH SEE ALSO\n.BR veskctl (8),\n.BR systemctl (1)\n";
+}
+
+std::string GroupPage(const Group& group)
+{
+    std::string strPage = RoffHead(std::string("veskctl-") + group.szName, group.szSummary);
+    std::string strVerbs;
+    for (const Verb& verb : group.vecVerbs) {
+        strPage += ".B veskctl\n" + Roff(Usage(verb)) + "\n.br\n";
+        strVerbs += RoffVerb(verb);
+    }
+    return strPage + ".SH VERBS\n" + strVerbs + RoffTail();
+}
+
+} // namespace
+
+std::string ManPage(const std::vector<Group>& vecGroups, const std::string& strGroup)
+{
+    std::string strPage =
+        RoffHead("veskctl", "control the units, volumes, targets and slices of the system") +
+        ".B veskctl\nVERB [OPTION]... [NAME]...\n.SH DESCRIPTION\n";
+    for (const Group& group : vecGroups) {
+        if (strGroup == group.szName) {
+            return GroupPage(group);
+        }
+        strPage += ".SS " + Roff(group.szSummary) + "\nSee\n.BR veskctl\\-" + group.szName + " (8).\n";
+        for (const Verb& verb : group.vecVerbs) {
+            strPage += RoffEntry(Usage(verb, false), verb.szSummary);
+        }
+    }
+    return strGroup.empty() ? strPage + RoffTail() : "";
+}
+
 } // namespace Veskctl

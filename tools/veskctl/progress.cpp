@@ -79,6 +79,10 @@ void Progress::Now(const std::string& strWhat)
 
 void Progress::Draw(int nSeconds, const std::string& strWhat)
 {
+    if (strWhat.empty()) {
+        // Somebody else has the terminal.
+        return;
+    }
     const std::string strJobs = JobsText();
     std::string strLine = std::to_string(nSeconds) + " s: " + strWhat;
     strLine += strJobs.empty() ? "" : "; waiting for: " + strJobs;

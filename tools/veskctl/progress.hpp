@@ -20,7 +20,7 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /** Something else is done from now on. */
+    /** Something else is done from now on; nothing is shown while that is empty. */
     void Now(const std::string& strWhat);
 
 private:

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <spawn.h>
+#include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -17,10 +18,14 @@ constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
 // What a signal handler may touch has to be global.
 volatile sig_atomic_t signalTaken = 0;
+volatile sig_atomic_t childToTell = 0;
 
 void Take(int nSignal)
 {
     signalTaken = nSignal;
+    if (childToTell != 0) {
+        kill(childToTell, nSignal);
+    }
 }
 
 void SignalsTake()
@@ -33,21 +38,25 @@ void SignalsTake()
     }
 }
 
-/** Waits for a child, and passes on to it what asks this process to end. */
+/** Waits for a child, and passes on to it what asks this process to end; -1 for one that was not this process's. */
 int ChildWait(pid_t nChild)
 {
+    childToTell = nChild;
+    if (signalTaken != 0) {
+        kill(nChild, signalTaken);
+    }
     int nStatus = 0;
-    int nPassed = 0;
-    while (waitpid(nChild, &nStatus, WUNTRACED) != nChild || WIFSTOPPED(nStatus)) {
-        if (WIFSTOPPED(nStatus)) {
+    pid_t nWaited = 0;
+    do {
+        nWaited = waitpid(nChild, &nStatus, WUNTRACED);
+        if (nWaited == nChild && WIFSTOPPED(nStatus)) {
             // Nobody could let it go on.
             kill(-nChild, SIGCONT);
         }
-        if (signalTaken != nPassed) {
-            nPassed = signalTaken;
-            kill(nChild, nPassed);
-        }
-        nStatus = 0;
+    } while (nWaited == nChild ? WIFSTOPPED(nStatus) : errno == EINTR);
+    childToTell = 0;
+    if (nWaited != nChild) {
+        return -1;
     }
     return WIFSIGNALED(nStatus) ? 128 + WTERMSIG(nStatus) : WEXITSTATUS(nStatus);
 }
@@ -109,7 +118,9 @@ Exit Shielded(const std::function<Exit()>& work)
         std::cout << std::flush;
         _exit(static_cast<int>(result));
     }
-    return static_cast<Exit>(ChildWait(nChild));
+    const int nResult = ChildWait(nChild);
+    return nResult >= 0 && nResult <= static_cast<int>(Exit::NotPermitted) ? static_cast<Exit>(nResult)
+                                                                           : Exit::Failed;
 }
 
 int CommandRun(const Texts& vecCommand)

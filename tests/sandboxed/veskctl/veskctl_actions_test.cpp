@@ -1,8 +1,10 @@
 #include <algorithm>
+#include <cstdlib>
 #include <gmock/gmock.h>
 
 #include "files.hpp"
 #include "paths.hpp"
+#include "shell.hpp"
 #include "veskctl_ground.hpp"
 
 using namespace VeskTest;
@@ -159,6 +161,21 @@ TEST(VeskctlUse, RefusesWhatItDoesNotUnderstandWithTwoAndTellsWhereHelpIs)
     EXPECT_EQ(Veskctl("reason frobnicate").exitCode, 2);
     EXPECT_EQ(Veskctl("").exitCode, 2);
     EXPECT_THAT(systemctl.Arguments(), ElementsAre());
+}
+
+TEST(VeskctlUse, IsNotPermittedToOthersThanRootWhereItChangesTheSystem)
+{
+    if (system("setpriv --reuid=1 --clear-groups true") != 0) {
+        GTEST_SKIP() << "this machine's sandbox has no second user";
+    }
+    for (const std::string verb : {"reason stop backup foo", "volume unmount /tmp", "volume recover",
+                                   "volume register /v --unit foo", "target set rescue", "isolate rescue",
+                                   "slice kill foo", "slice enter foo", "uninstall --yes foo"}) {
+        const ShellResult result =
+            RunShell(std::string("setpriv --reuid=1 --clear-groups ") + VESKCTL + " " + verb + " 2>&1");
+        EXPECT_EQ(result.ending, Exited(4)) << verb;
+        EXPECT_THAT(result.output, HasSubstr("needs root; run it with sudo\n")) << verb;
+    }
 }
 
 TEST(VeskctlUse, TellsOfItselfWhenAsked)

@@ -1,0 +1,10 @@
+#pragma once
+
+#include "command.hpp"
+
+namespace Veskctl
+{
+
+Verb UnmountVerb();
+
+} // namespace Veskctl
