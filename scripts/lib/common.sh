@@ -5,7 +5,7 @@ VESK_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 
 VESK_PACKAGES_BUILD=(g++ make cmake ninja-build pkg-config libboost-dev libcli11-dev libjsoncpp-dev
     libpam0g-dev)
-VESK_PACKAGES_TEST=(libgtest-dev libgmock-dev binutils procps util-linux mount
+VESK_PACKAGES_TEST=(abigail-tools libgtest-dev libgmock-dev binutils procps util-linux mount
     systemd dbus libpam-systemd groff-base tmux zsh fish)
 VESK_PACKAGES_BENCH=(libglib2.0-dev psmisc lsof)
 VESK_PACKAGES_REPORT=(python3-matplotlib)
