@@ -29,10 +29,11 @@ bool EntriesAppend(const std::string& strFolder, Texts& vecEntries)
 bool CgroupsBelow(const std::string& strFolder, const std::function<void(const std::string& strGroup)>& visit)
 {
     // However deep the groups are, one folder is open at a time.
+    const std::string strPrefix = strFolder + "/";
     Texts vecEntries;
     bool blSearched = EntriesAppend(strFolder, vecEntries);
     for (const std::string& strName : vecEntries) {
-        const std::string strEntry = strFolder + "/" + strName;
+        const std::string strEntry = strPrefix + strName;
         errno = 0;
         // A symbolic link is no group, and following it might never end.
         if (!IsOwnDirectory(strEntry)) {

@@ -71,10 +71,12 @@ bool MembersFind(const CgroupTree& tree, const std::string& strFolder, Texts& ve
         return CgroupsBelow(strFolder,
                             [&](const std::string& strGroup) { vecPaths.push_back(strGroup + kProcesses); });
     }
+    const std::string strMembers = "/" + tree.strMembers;
     Texts vecGroups{""};
     const int nError = VisibleEntriesAppend(strFolder, vecGroups);
     for (const std::string& strGroup : vecGroups) {
-        vecPaths.push_back(strFolder + "/" + strGroup + "/" + tree.strMembers);
+        vecPaths.push_back(strFolder + "/");
+        vecPaths.back().append(strGroup).append(strMembers);
     }
     return !LeavesEntriesOpen(nError);
 }

@@ -14,12 +14,13 @@ namespace
 /** Appends the slices in a folder, and where they are nested those in them; false when these may not be all. */
 bool SlicesAppend(const std::string& strFolder, bool blNested, Texts& vecSlices)
 {
+    const std::string strPrefix = strFolder + "/";
     Texts vecEntries;
     bool blAll = !LeavesEntriesOpen(VisibleEntriesAppend(strFolder, vecEntries));
     for (const std::string& strEntry : vecEntries) {
         if (UnitTypeGet(strEntry) == "slice") {
             vecSlices.push_back(strEntry);
-            blAll = blAll && (!blNested || SlicesAppend(strFolder + "/" + strEntry, blNested, vecSlices));
+            blAll = blAll && (!blNested || SlicesAppend(strPrefix + strEntry, blNested, vecSlices));
         }
     }
     return blAll;
