@@ -38,6 +38,10 @@ def shown(ratio):
     return f"{ratio:.2f}" if ratio >= 0.1 else f"{ratio:.3f}"
 
 
+def clock(results):
+    return "processor time" if results["time"] == "processor" else "time"
+
+
 def draw_ratio(axes, place, ratio):
     colour = HOLDS if ratio["holds"] else MISSES
     axes.plot([ratio["low"], ratio["high"]], [place, place], color=colour, linewidth=5, alpha=0.35,
@@ -77,7 +81,7 @@ def draw(results, path):
         axes.spines[side].set_visible(False)
     for where, text in ((1.012, "ratio"), (1.07, "bar")):
         axes.text(where, -0.9, text, transform=axes.get_yaxis_transform(), va="center", fontsize=8.5, color=MUTED)
-    axes.set_xlabel(f"time of the library beside its peer, or beside the bare system calls (logarithmic); {machine(results)}",
+    axes.set_xlabel(f"{clock(results)} of the library beside its peer, or beside the bare system calls (logarithmic); {machine(results)}",
                     fontsize=8.5)
     axes.set_title("Dot: median, with the middle half of the rounds.  Black: the bar, the most that it may be.  "
                    "Green: it holds.  Red: missed.", fontsize=9.5, loc="right")
@@ -110,7 +114,7 @@ def write(results, path):
         text = file.read()
     before, _, rest = text.partition(BEGIN)
     _, _, after = rest.partition(END)
-    told = ["", f"Measured on {machine(results)}.", "", *table(results), "", "Facts that are no ratio:", "",
+    told = ["", f"Measured as {clock(results)} on {machine(results)}.", "", *table(results), "", "Facts that are no ratio:", "",
             *facts(results), ""]
     with open(path, "w", encoding="utf-8") as file:
         file.write(before + BEGIN + "\n".join(told) + "\n" + END + after)
