@@ -12,6 +12,8 @@ VESK_PACKAGES_REPORT=(python3-matplotlib)
 VESK_PACKAGES_CHECK=(clang clang-format clang-tidy shellcheck)
 VESK_PACKAGES_COVERAGE=(gcovr)
 VESK_PACKAGES_FUZZ=(clang libclang-rt-dev)
+VESK_PACKAGES_REFERENCE=(doxygen)
+VESK_PACKAGES_BROWSER=(chromium)
 
 say() { printf '%s\n' "$*"; }
 die() {
