@@ -14,6 +14,7 @@ VESK_PACKAGES_COVERAGE=(gcovr)
 VESK_PACKAGES_FUZZ=(clang libclang-rt-dev)
 VESK_PACKAGES_REFERENCE=(doxygen)
 VESK_PACKAGES_BROWSER=(chromium)
+VESK_PACKAGES_PACKAGE=(build-essential debhelper lintian)
 
 say() { printf '%s\n' "$*"; }
 die() {
