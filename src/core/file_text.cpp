@@ -1,11 +1,10 @@
 #include "core/file_text.hpp"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
+#include <cstddef>
 #include <fcntl.h>
-
-#include "core/unique_fd.hpp"
+#include <vector>
 
 namespace VESK::Systemd
 {
@@ -19,35 +18,38 @@ ssize_t ReadSome(int fd, char* pBuffer, size_t cbBuffer)
     return cbRead;
 }
 
-bool FilePiecesRead(const std::string& strPath, const std::function<bool(std::string_view svPiece)>& take)
+UniqueFd FileOpen(const std::string& strPath)
 {
-    const UniqueFd fd(open(strPath.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
-    if (!fd.IsOpen()) {
-        return false;
-    }
+    return UniqueFd(open(strPath.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
+}
+
+bool PiecesRead(int fd, const PieceTaker& take)
+{
     // More than /proc gives at a time, which mostly ends with a line.
-    std::array<char, size_t{16} * 1024> buffer;
-    std::string strLines;
+    std::vector<char> vecBuffer(size_t{16} * 1024);
+    size_t cbHeld = 0;
     ssize_t cbRead = 0;
-    while ((cbRead = ReadSome(fd.Get(), buffer.data(), buffer.size())) > 0) {
-        const std::string_view svRead(buffer.data(), static_cast<size_t>(cbRead));
-        const size_t cbLines = svRead.rfind('\n') + 1;
-        strLines += svRead.substr(0, cbLines);
-        if (cbLines != 0) {
-            if (!take(strLines)) {
-                return true;
-            }
-            strLines.clear();
+    while ((cbRead = ReadSome(fd, &vecBuffer[cbHeld], vecBuffer.size() - cbHeld)) > 0) {
+        const std::string_view svHeld(vecBuffer.data(), cbHeld + static_cast<size_t>(cbRead));
+        const size_t cbLines = svHeld.rfind('\n') + 1;
+        if (cbLines != 0 && !take(svHeld.substr(0, cbLines))) {
+            return true;
         }
-        strLines += svRead.substr(cbLines);
+        cbHeld = svHeld.size() - cbLines;
+        std::copy_n(vecBuffer.begin() + static_cast<std::ptrdiff_t>(cbLines), cbHeld, vecBuffer.begin());
+        // A line that fills it goes on.
+        vecBuffer.resize(cbHeld == vecBuffer.size() ? 2 * cbHeld : vecBuffer.size());
     }
-    if (cbRead < 0) {
-        return false;
+    if (cbRead == 0 && cbHeld != 0) {
+        take({vecBuffer.data(), cbHeld});
     }
-    if (!strLines.empty()) {
-        take(strLines);
-    }
-    return true;
+    return cbRead == 0;
+}
+
+bool FilePiecesRead(const std::string& strPath, const PieceTaker& take)
+{
+    const UniqueFd fd = FileOpen(strPath);
+    return fd.IsOpen() && PiecesRead(fd.Get(), take);
 }
 
 bool FileRead(const std::string& strPath, std::string& strText)

@@ -10,20 +10,12 @@ namespace VESK::Systemd
 namespace
 {
 
-bool IsSpace(char c)
-{
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
-
-bool IsDecimal(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-bool IsHexadecimal(char c)
-{
-    return IsDecimal(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
-}
+/** Kinds of characters, as objects, so that they are looked at without a call for each. */
+constexpr auto kIsSpace = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+constexpr auto kIsDecimal = [](char c) { return c >= '0' && c <= '9'; };
+constexpr auto kIsHexadecimal = [](char c) {
+    return kIsDecimal(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+};
 
 /** Takes from the front of a line what one directive of a format takes. False where the line does not match.
  */
@@ -47,7 +39,7 @@ public:
     bool Word(std::string_view& svWord)
     {
         SkipSpace();
-        svWord = TakeWhile([](char c) { return c != '\0' && !IsSpace(c); });
+        svWord = TakeWhile([](char c) { return c != '\0' && !kIsSpace(c); });
         return !svWord.empty();
     }
 
@@ -65,7 +57,7 @@ public:
     bool Number(unsigned long long& ullValue)
     {
         const bool blNegative = TakeSign() == '-';
-        const std::string_view svDigits = TakeWhile(IsDecimal);
+        const std::string_view svDigits = TakeWhile(kIsDecimal);
         if (svDigits.empty()) {
             return false;
         }
@@ -86,7 +78,7 @@ public:
     bool SkipDecimal()
     {
         TakeSign();
-        return !TakeWhile(IsDecimal).empty();
+        return !TakeWhile(kIsDecimal).empty();
     }
 
     /** "%*x": a prefix is read, and is a number of its own when no digit follows it. */
@@ -95,10 +87,10 @@ public:
         TakeSign();
         if (Literal("0")) {
             Literal("x") || Literal("X");
-            TakeWhile(IsHexadecimal);
+            TakeWhile(kIsHexadecimal);
             return true;
         }
-        return !TakeWhile(IsHexadecimal).empty();
+        return !TakeWhile(kIsHexadecimal).empty();
     }
 
 private:
@@ -114,7 +106,7 @@ private:
         return svTaken;
     }
 
-    void SkipSpace() { TakeWhile(IsSpace); }
+    void SkipSpace() { TakeWhile(kIsSpace); }
 
     char TakeSign()
     {

@@ -5,12 +5,11 @@
 #include <cstdio>
 
 #include "core/c_forms.hpp"
-#include "core/directory.hpp"
 #include "core/file_system.hpp"
 #include "core/log.hpp"
 #include "core/text.hpp"
 #include "resource/cgroup_layout.hpp"
-#include "volumes/mount_path_files.hpp"
+#include "volumes/mount_path_scan.hpp"
 #include "volumes/mount_path_services.hpp"
 
 using namespace VESK::Systemd;
@@ -36,18 +35,23 @@ bool IsBelowUserManager(const Texts& vecFolders)
     return !vecFolders.empty() && std::any_of(vecFolders.begin(), vecFolders.end() - 1, IsUserManager);
 }
 
-} // namespace
-
-bool SystemUnitGet(int nPid, std::string& strUnit)
+bool SystemUnitFind(const CgroupText& groups, std::string& strUnit)
 {
     std::string strPath;
     errno = 0;
-    if (!VESKSystemdCgroupPathnameGet(nPid, "name=systemd", strPath)) {
+    if (!CgroupPathnameGet(groups, "name=systemd", strPath)) {
         return !IsShortage(errno);
     }
     const Texts vecFolders = Pieces(strPath, "/");
     strUnit = IsBelowUserManager(vecFolders) ? "" : CgroupUnitGet(vecFolders);
     return true;
+}
+
+} // namespace
+
+bool SystemUnitGet(int nPid, std::string& strUnit)
+{
+    return SystemUnitFind(CgroupTextRead(nPid), strUnit);
 }
 
 bool IsListedForMountPath(const std::string& strUnit)
@@ -62,46 +66,39 @@ bool IsListedForMountPath(const std::string& strUnit)
 namespace
 {
 
-/** Adds the service that holds a process if that one uses files on the mount path. False when it cannot be told. */
-bool UserAdd(MountPathFiles& files, int nPid, Services& setServices)
+/** Adds the service that holds a user of the mount path, if one does. False when it cannot be told. */
+bool ServiceAdd(const MountPathUsers::User& user, Services& setServices)
 {
-    std::string strFile;
-    if (!files.IsUsedBy(nPid, strFile)) {
-        return !files.IsIncomplete();
-    }
     std::string strUnit;
-    if (!SystemUnitGet(nPid, strUnit)) {
+    if (!SystemUnitFind(*user.pGroups, strUnit)) {
         return false;
     }
     if (IsListedForMountPath(strUnit)) {
-        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: file used: [%s]", VESK_HERE, strFile.c_str());
+        VESK_LOG(LOG_INFO, "%s:%d vesksystemd: file used: [%s]", VESK_HERE, user.strFile.c_str());
         setServices.insert(strUnit);
     }
     return true;
 }
 
-/** Looks at all processes; false when that could not be done. */
-bool ProcessesScan(const std::string& strMntPath, Services& setServices)
+/** Adds the services of all users; false when these are not all that there are. */
+bool ServicesAdd(const MountPathUsers& users, Services& setServices)
 {
-    MountPathFiles files(strMntPath);
-    if (files.IsIncomplete()) {
-        return false;
-    }
-    Directory processes("/proc/");
-    while (const char* szEntry = processes.Next()) {
-        const bool blProcess = *szEntry >= '0' && *szEntry <= '9';
-        if (blProcess && !UserAdd(files, std::stoi(szEntry), setServices)) {
+    for (const MountPathUsers::User& user : users.vecUsers) {
+        if (!ServiceAdd(user, setServices)) {
             return false;
         }
     }
-    return processes.Error() == 0;
+    if (users.exception) {
+        std::rethrow_exception(users.exception);
+    }
+    return users.blComplete;
 }
 
 } // namespace
 
-bool MountPathServicesAdd(const std::string& strMntPath, Services& setServices)
+bool MountPathServicesAdd(const MountPathUsers& users, Services& setServices)
 {
-    if (!ProcessesScan(strMntPath, setServices)) {
+    if (!ServicesAdd(users, setServices)) {
         VLIBCErrSetEx(ERR_OPEN_DIRECTORY, VESK_HERE);
         return false;
     }
@@ -113,7 +110,7 @@ bool MountPathServicesAdd(const std::string& strMntPath, Services& setServices)
 bool VESKSystemdServiceListByMntPath(const std::string& strMntPath, Texts& vecServices)
 {
     std::unordered_set<std::string> setServices;
-    if (!MountPathServicesAdd(BeforeZero(strMntPath), setServices)) {
+    if (!MountPathServicesAdd(MountPathScan({BeforeZero(strMntPath)}).front(), setServices)) {
         return false;
     }
     vecServices.assign(setServices.begin(), setServices.end());

@@ -123,11 +123,16 @@ bool DependentsAdd(const Texts& vecVolumes, Services& setServices)
 /** Adds the services that use files on the volumes, as far as they can be found. */
 void UsersAdd(const Texts& vecVolumes, Services& setServices)
 {
-    for (const std::string& strVolume : vecVolumes) {
+    std::vector<MountPathUsers> vecFound = MountPathScan(vecVolumes);
+    for (size_t nVolume = 0; nVolume < vecVolumes.size(); ++nVolume) {
+        // What kept the one look from being enough for all may be over.
+        if (nVolume != 0 && !vecFound[nVolume].blComplete) {
+            vecFound[nVolume] = MountPathScan({vecVolumes[nVolume]}).front();
+        }
         std::unordered_set<std::string> setUsers;
-        if (!MountPathServicesAdd(strVolume, setUsers)) {
+        if (!MountPathServicesAdd(vecFound[nVolume], setUsers)) {
             VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to list services by mnt path [%s].", VESK_HERE,
-                     strVolume.c_str());
+                     vecVolumes[nVolume].c_str());
         }
         for (const std::string& strUser : setUsers) {
             setServices.insert(MasterUnitGet(strUser));

@@ -148,7 +148,7 @@ extern "C" {
 [[gnu::visibility("default")]] DIR* opendir(const char* name)
 {
     static const auto real = VeskTest::NextFunction<DIR*(const char*)>("opendir");
-    const VeskTest::PlatformSpy* spy = VeskTest::currentSpy;
+    VeskTest::PlatformSpy* spy = VeskTest::currentSpy;
     if (spy != nullptr && spy->IsHidden(name)) {
         errno = spy->FolderError();
         return nullptr;

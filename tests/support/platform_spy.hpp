@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cerrno>
 #include <functional>
+#include <map>
 #include <mutex>
 #include <ostream>
 #include <string>
@@ -55,8 +56,17 @@ public:
     }
     // The errno of a folder that is hidden.
     int FolderError() const { return m_folderError; }
-    bool IsHidden(const std::string& folder) const
+    // Once only.
+    void HideFolderOnce(const std::string& path) { m_folderHiddenOnce = path; }
+    // How often the folder was to be opened.
+    int Openings(const std::string& folder) { return m_openings[folder]; }
+    bool IsHidden(const std::string& folder)
     {
+        ++m_openings[folder];
+        if (folder == m_folderHiddenOnce) {
+            m_folderHiddenOnce.clear();
+            return true;
+        }
         return folder == m_hiddenFolder || (m_processesHidden && folder.rfind("/proc/", 0) == 0);
     }
 
@@ -87,6 +97,8 @@ private:
     int m_failingSection = 0;
     bool m_processesHidden = false;
     std::string m_hiddenFolder;
+    std::string m_folderHiddenOnce;
+    std::map<std::string, int> m_openings;
     int m_folderError = EMFILE;
     std::function<void(int)> m_onFork;
     std::function<void()> m_onSecond;

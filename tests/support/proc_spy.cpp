@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -132,6 +133,15 @@ bool ProcSpy::FailsReading(int descriptor)
     return true;
 }
 
+bool ProcSpy::FailsAsking()
+{
+    if (m_askingError == 0 || m_askingLeft-- > 0) {
+        return false;
+    }
+    errno = m_askingError;
+    return true;
+}
+
 bool ProcSpy::FailsOnce(const std::string& call)
 {
     const auto it = m_failingOnce.find(call);
@@ -151,8 +161,9 @@ bool ProcSpy::OpenFolder(const std::string& path)
 
 void ProcSpy::FolderIsOpen(const std::string& path, const DIR* folder)
 {
-    if (path == "/proc/") {
-        m_processes = folder;
+    // The list of processes may be closed, and another folder be in its place.
+    if (path == "/proc/" || folder == m_processes) {
+        m_processes = path == "/proc/" ? folder : nullptr;
     }
     m_broken.erase(folder);
     const auto it = m_breaking.find(path);
@@ -242,6 +253,25 @@ extern "C" {
 [[gnu::visibility("default")]] char* __realpath_chk(const char* path, char* resolved, size_t) noexcept
 {
     return realpath(path, resolved);
+}
+
+[[gnu::visibility("default")]] int lstat(const char* path, struct stat* status) noexcept
+{
+    static const auto real = VeskTest::NextFunction<int(const char*, struct stat*)>("lstat");
+    VeskTest::ProcSpy* spy = VeskTest::currentSpy;
+    const bool fails = spy != nullptr && spy->FailsOnce(std::string("lstat ") + path);
+    return fails ? -1 : real(path, status);
+}
+
+[[gnu::visibility("default")]] int ioctl(int descriptor, unsigned long request, ...) noexcept
+{
+    static const auto real = VeskTest::NextFunction<int(int, unsigned long, ...)>("ioctl");
+    std::va_list arguments;
+    va_start(arguments, request);
+    void* argument = va_arg(arguments, void*);
+    va_end(arguments);
+    VeskTest::ProcSpy* spy = VeskTest::currentSpy;
+    return spy != nullptr && spy->FailsAsking() ? -1 : real(descriptor, request, argument);
 }
 
 [[gnu::visibility("default")]] int stat(const char* path, struct stat* status) noexcept

@@ -1,5 +1,5 @@
 // What the library reads of /proc, seen and replaced from this program: it defines open(), read(), opendir(),
-// readdir(), realpath() and stat() itself and passes them on.
+// readdir(), realpath(), lstat(), stat() and ioctl() itself and passes them on.
 #pragma once
 
 #include <dirent.h>
@@ -28,8 +28,14 @@ public:
     // From now on the file or folder cannot be opened: as one that is not there, or with another errno.
     void Hide(const std::string& path);
     void Fail(const std::string& path, int error);
-    // The next time that a call of that text is made, "realpath PATH" or "stat PATH", it fails.
+    // The next time that a call of that text is made, "realpath PATH", "lstat PATH" or "stat PATH", it fails.
     void FailOnce(const std::string& call, int error) { m_failingOnce[call] = error; }
+    // After so many answers the kernel cannot be asked for single mappings any more.
+    void FailAsking(int error, int answers = 0)
+    {
+        m_askingError = error;
+        m_askingLeft = answers;
+    }
     // From now on the folder's list breaks off at its first entry.
     void BreakOff(const std::string& path, int error) { m_breaking[path] = error; }
     // From now on reading the file fails.
@@ -48,6 +54,7 @@ public:
     // For the calls that stand for the C library's.
     bool Open(const std::string& path, int& descriptor);
     bool FailsReading(int descriptor);
+    bool FailsAsking();
     bool FailsOnce(const std::string& call);
     bool OpenFolder(const std::string& path);
     void FolderIsOpen(const std::string& path, const DIR* folder);
@@ -63,6 +70,8 @@ private:
     std::map<std::string, std::function<int()>> m_replaced;
     std::map<int, int> m_unreadable;
     std::map<std::string, int> m_failingOnce;
+    int m_askingError = 0;
+    int m_askingLeft = 0;
     std::map<std::string, int> m_breaking;
     std::map<const DIR*, int> m_broken;
     Actions m_before;

@@ -6,6 +6,7 @@
 #include <fstream>
 #include <list>
 #include <optional>
+#include <random>
 #include <sched.h>
 #include <set>
 #include <sys/mman.h>
@@ -262,7 +263,25 @@ protected:
     std::set<size_t> m_counts;
 };
 
-TEST_F(MountPathComparison, FindsWhatThePlainScanFinds)
+// How far the kernel lets itself be asked for single mappings: to the end, never, as one before 6.11, or until it fails.
+struct Asking {
+    const char* name;
+    int error;
+    int answers;
+};
+
+class MountPathAsking : public MountPathComparison, public ::testing::WithParamInterface<Asking>
+{
+protected:
+    MountPathAsking() { spy.FailAsking(GetParam().error, GetParam().answers); }
+};
+
+INSTANTIATE_TEST_SUITE_P(, MountPathAsking,
+                         ::testing::Values(Asking{"All", 0, 0}, Asking{"None", ENOTTY, 0},
+                                           Asking{"Some", ENOMEM, 300}),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_P(MountPathAsking, FindsWhatThePlainScanFinds)
 {
     ASSERT_TRUE(Eventually([] { return !ListChildren().zombies.empty(); }));
     for (const char* path :
@@ -273,13 +292,137 @@ TEST_F(MountPathComparison, FindsWhatThePlainScanFinds)
     EXPECT_GE(m_counts.size(), 7U) << "or all of them are the same";
 }
 
-TEST_F(MountPathComparison, FindsTheSameWhereAFileIsCalledLikeAMappingOfNone)
+TEST_P(MountPathAsking, FindsTheSameWhereAFileIsCalledLikeAMappingOfNone)
 {
     WorkIn("/volume1/share");
     for (const char* path : {kVolume, "/bound", "/volume10", ".", "[stack]"}) {
         ExpectSameFiles(path);
     }
     EXPECT_GT(*m_counts.rbegin(), m_zoo.size() - 5) << "nearly every process has a stack";
+}
+
+TEST_P(MountPathAsking, FindsTheSameFromAFolderWithManyFiles)
+{
+    MakeFolder("/volume1/many");
+    for (int number = 0; number < 1100; ++number) {
+        WriteText("/volume1/many/" + std::to_string(number), "");
+    }
+    WriteText("/volume1/many/[heap]", "");
+    WorkIn("/volume1/many");
+    ExpectSameFiles("/volume1/many/[heap]");
+    EXPECT_GT(*m_counts.rbegin(), m_zoo.size() - 5);
+}
+
+// Processes that use whatever comes, in folders and files whose names are made of odd pieces.
+class MountPathAtRandom : public MountPathAsking
+{
+protected:
+    std::string Name()
+    {
+        const Words pieces{"a",  "b",    " ",      "\n", "\t",         "\r", "\\", "..",  ".",
+                           "[h", "\xff", "\u00e4", "%s", " (deleted)", "x",  "\f", "012", "]"};
+        std::string name = "n";
+        for (size_t count = Number(5); count != 0; --count) {
+            name.insert(Number(name.size() + 1), One(pieces));
+        }
+        return Number(30) == 0 ? name + std::string(200, 'l') : name;
+    }
+
+    size_t Number(size_t below) { return std::uniform_int_distribution<size_t>(0, below - 1)(m_random); }
+    const std::string& One(const Words& words) { return words[Number(words.size())]; }
+
+    void GrowTree()
+    {
+        m_files.clear();
+        m_links.clear();
+        m_folders = {kVolume, "/volume1/share", "/volume10", "/volume1/inner", "/bound", "/volume1x/share"};
+        for (int count = 0; count < 40; ++count) {
+            const std::string path = One(m_folders) + "/" + Name();
+            if (Number(4) == 0) {
+                // May be there already.
+                (void)symlink(One(m_folders).c_str(), path.c_str());
+            } else if (mkdir(path.c_str(), 0755) == 0) {
+                m_folders.push_back(path);
+            }
+        }
+        for (int count = 0; count < 120; ++count) {
+            const std::string path = One(m_folders) + "/" + Name();
+            if (Number(6) == 0 && symlink(One(m_folders).c_str(), path.c_str()) == 0) {
+                m_links.push_back(path);
+            } else if (!Exists(path)) {
+                WriteText(path, std::string(8192, 'x'));
+                m_files.push_back(path);
+            }
+        }
+    }
+
+    void UseSomething()
+    {
+        switch (Number(5)) {
+        case 0:
+            return WorkIn(One(m_folders));
+        case 1:
+            VeskGround::Require(open(One(m_links).c_str(), O_PATH | O_NOFOLLOW), "open", "a link");
+            return;
+        case 2:
+            return MapPrivately(One(m_files), PROT_READ | PROT_WRITE);
+        default:
+            return OpenFile(One(m_files));
+        }
+    }
+
+    // Files that go, and files and links that come in the place of others.
+    void Disturb()
+    {
+        for (int count = 0; count < 60; ++count) {
+            const std::string path = One(m_files);
+            unlink(path.c_str());
+            if (Number(3) == 0) {
+                (void)symlink(One(m_files).c_str(), path.c_str());
+            } else if (Number(2) == 0) {
+                (void)rename(One(m_files).c_str(), path.c_str());
+            }
+        }
+        for (int count = 0; count < 8; ++count) {
+            (void)rename(One(m_folders).c_str(), ("/volume1/moved-" + std::to_string(count)).c_str());
+        }
+    }
+
+    std::mt19937 m_random;
+    Words m_folders;
+    Words m_files;
+    Words m_links;
+};
+
+INSTANTIATE_TEST_SUITE_P(, MountPathAtRandom,
+                         ::testing::Values(Asking{"All", 0, 0}, Asking{"None", ENOTTY, 0},
+                                           Asking{"Some", EINTR, 400}),
+                         [](const auto& row) { return row.param.name; });
+
+TEST_P(MountPathAtRandom, FindsWhatThePlainScanFinds)
+{
+    for (unsigned seed = 1; seed <= 4; ++seed) {
+        SCOPED_TRACE(seed);
+        m_random.seed(seed);
+        m_zoo.clear();
+        GrowTree();
+        for (int count = 0; count < 30; ++count) {
+            const size_t uses = Number(4);
+            m_random.discard(1);
+            Add([this, uses] {
+                WorkIn("/");
+                for (size_t use = 0; use <= uses; ++use) {
+                    UseSomething();
+                }
+            });
+        }
+        Disturb();
+        for (const std::string& path : Words{kVolume, "/volume10", "/volume1/inner", "/bound", "/volume1x",
+                                             "/nowhere", "/", One(m_folders), One(m_files), One(m_links)}) {
+            ExpectSameFiles(path);
+        }
+    }
+    EXPECT_GE(m_counts.size(), 5U);
 }
 
 TEST_F(MountPathComparison, LeavesNoDescriptorOpen)

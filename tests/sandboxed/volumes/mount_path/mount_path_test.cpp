@@ -465,41 +465,78 @@ TEST_F(MountPath, CannotBeScannedWhenMemoryLacksForReadingWhatIsOpen)
     }
 }
 
-TEST_F(MountPath, CannotBeScannedWhenMemoryLacksForAPath)
+// Files that are looked at in one way each: a folder, and a link in it that a process has opened itself.
+class MountPathBound : public MountPath
 {
-    MakeFolder("/bound");
-    VeskGround::Require(mount("/volume1/share", "/bound", nullptr, MS_BIND, nullptr), "bind", "/bound");
-    const ServiceProcess user("a.service", [] { WorkIn("/bound"); });
-    for (const char* call : {"realpath /bound", "stat /bound", "stat /volume1"}) {
-        SCOPED_TRACE(call);
-        spy.FailOnce(call, ENOMEM);
-        VLIBCErrSetEx(0, "", 0);
-        Words services{"before"};
-        EXPECT_FALSE(VESKSystemdServiceListByMntPath(kVolume, services));
-        EXPECT_EQ(VLIBCErrGet(), 0x0900);
-        EXPECT_THAT(services, ElementsAre("before"));
-        EXPECT_THAT(log.Take(), IsEmpty());
-        EXPECT_THAT(Services(), ElementsAre("a.service"));
-        log.Take();
+protected:
+    MountPathBound()
+    {
+        MakeFolder("/bound");
+        MakeFolder("/volume1/share/deep");
+        VeskGround::Require(symlink("deep", "/volume1/share/link"), "link", "/volume1/share/link");
+        VeskGround::Require(mount("/volume1/share", "/bound", nullptr, MS_BIND, nullptr), "bind", "/bound");
     }
-    umount2("/bound", MNT_DETACH);
+    ~MountPathBound() override { umount2("/bound", MNT_DETACH); }
+
+    static void UseFolder() { WorkIn("/bound/deep"); }
+    static void UseLink()
+    {
+        VeskGround::Require(open("/bound/link", O_PATH | O_NOFOLLOW), "open", "/bound/link");
+    }
+
+    const std::vector<std::pair<void (*)(), Words>> ways{
+        {UseFolder, {"realpath /bound/", "lstat /bound/deep"}},
+        {UseLink, {"realpath /bound/", "lstat /bound/link", "realpath /bound/link", "stat /bound/deep"}}};
+};
+
+TEST_F(MountPathBound, CannotBeScannedWhenMemoryLacksForAPath)
+{
+    for (const auto& [use, calls] : ways) {
+        const ServiceProcess user("a.service", use);
+        Words failing = calls;
+        failing.emplace_back("stat /volume1");
+        for (const std::string& call : failing) {
+            SCOPED_TRACE(call);
+            spy.FailOnce(call, ENOMEM);
+            VLIBCErrSetEx(0, "", 0);
+            Words services{"before"};
+            EXPECT_FALSE(VESKSystemdServiceListByMntPath(kVolume, services));
+            EXPECT_EQ(VLIBCErrGet(), 0x0900);
+            EXPECT_THAT(services, ElementsAre("before"));
+            EXPECT_THAT(log.Take(), IsEmpty());
+            EXPECT_THAT(Services(), ElementsAre("a.service"));
+            log.Take();
+        }
+    }
 }
 
-TEST_F(MountPath, IsUsedByAProcessWithAFileThatCouldNotBeLookedAtInAnother)
+TEST_F(MountPathBound, IsUsedByAProcessWithAFileThatCouldNotBeLookedAtInAnother)
 {
-    MakeFolder("/bound");
-    VeskGround::Require(mount("/volume1/share", "/bound", nullptr, MS_BIND, nullptr), "bind", "/bound");
-    const ServiceProcess first("a.service", [] {
-        WorkIn("/bound");
-        MapFile("/volume1/a");
-    });
-    const ServiceProcess second("b.service", [] { WorkIn("/bound"); });
-    for (const char* call : {"realpath /bound", "stat /bound"}) {
-        spy.FailOnce(call, ENOMEM);
-        EXPECT_THAT(Services(), ElementsAre("a.service", "b.service")) << call;
-        EXPECT_THAT(Files(), ElementsAre("/volume1/a", "/bound")) << call;
+    for (const auto& [use, calls] : ways) {
+        const ServiceProcess first("a.service", [use = use] {
+            use();
+            MapFile("/volume1/a");
+        });
+        const ServiceProcess second("b.service", use);
+        for (const std::string& call : calls) {
+            for (const int error : {ENOMEM, EIO}) {
+                SCOPED_TRACE(call);
+                spy.FailOnce(call, error);
+                EXPECT_THAT(Services(), ElementsAre("a.service", "b.service"));
+                EXPECT_THAT(Files(), ElementsAre("/volume1/a", "/bound/deep"));
+            }
+        }
     }
-    umount2("/bound", MNT_DETACH);
+}
+
+TEST_F(MountPathBound, IsNotUsedThroughAPathThatCannotBeToldForWhatItIs)
+{
+    const ServiceProcess user("a.service", UseFolder);
+    for (const int error : {ENOENT, ENOTDIR, EACCES, ELOOP, ENAMETOOLONG, EIO}) {
+        spy.FailOnce("lstat /bound/deep", error);
+        EXPECT_THAT(Services(), IsEmpty()) << error;
+    }
+    EXPECT_THAT(Services(), ElementsAre("a.service"));
 }
 
 TEST_F(MountPath, CannotBeScannedWhenAListBreaksOff)

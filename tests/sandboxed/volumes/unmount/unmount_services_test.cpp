@@ -1,5 +1,11 @@
 // Which services an unmount stops.
 
+#include <algorithm>
+#include <fcntl.h>
+#include <sys/mount.h>
+#include <unistd.h>
+
+#include "error.hpp"
 #include "unmount_ground.hpp"
 
 namespace VeskTest
@@ -165,6 +171,99 @@ TEST_F(UnmountServices, ThatWereFoundBeforeAShortageAreStopped)
                 ElementsAre(Error(kUnmountFile, "vesksystemd: Fail to list services by mnt path [/volume1]."),
                             StopLine("a.service")));
     EXPECT_EQ(runs, 1);
+}
+
+// Several volumes, each a file system of its own.
+class UnmountGroup : public UnmountTest
+{
+protected:
+    UnmountGroup()
+    {
+        for (const char* folder : {"/volume2", "/volume3"}) {
+            MakeFolder(folder);
+            VeskGround::Require(mount("volume", folder, "tmpfs", 0, nullptr), "mount", folder);
+        }
+    }
+    ~UnmountGroup() override
+    {
+        umount2("/volume2", MNT_DETACH);
+        umount2("/volume3", MNT_DETACH);
+    }
+
+    // The lines of the search, up to that of its end.
+    std::vector<SyslogLine> LogOfSearch()
+    {
+        std::vector<SyslogLine> lines = log.Take();
+        const auto isOther = [](const SyslogLine& line) {
+            return line.file != kUnmountFile && line.file != "systemd_service_list_by_mount_path.cpp";
+        };
+        lines.erase(std::remove_if(lines.begin(), lines.end(), isOther), lines.end());
+        return lines;
+    }
+
+    static ::testing::Matcher<const SyslogLine&> Used(const std::string& file)
+    {
+        return Info("systemd_service_list_by_mount_path.cpp", "vesksystemd: file used: [" + file + "]");
+    }
+    static ::testing::Matcher<const SyslogLine&> NoMaster(const std::string& unit)
+    {
+        return Error(kUnmountFile, "vesksystemd: Failed to get master unit: [" + unit +
+                                       "], reason: [Unit is not found [" + unit + "]]");
+    }
+    static ::testing::Matcher<const SyslogLine&> NotListed(const std::string& volume)
+    {
+        return Error(kUnmountFile, "vesksystemd: Fail to list services by mnt path [" + volume + "].");
+    }
+};
+
+TEST_F(UnmountGroup, IsSearchedForInOneWalkAndLoggedVolumeByVolume)
+{
+    AddUnit("a.service", "");
+    AddUnit("d.service", "");
+    const VolumeUser first(kVolume, "a.service");
+    const VolumeUser second("/volume2", "b.service");
+    const ServiceProcess both("c.service", [] {
+        VeskGround::Require(chdir("/volume2"), "change to", "/volume2");
+        VeskGround::Require(open("/volume1", O_RDONLY), "open", "/volume1");
+    });
+    const VolumeUser last(kVolume, "d.service");
+    const int before = spy.Openings("/proc/");
+
+    EXPECT_TRUE(Run(true, {kVolume, "/volume2", "/volume3", kVolume}));
+
+    EXPECT_EQ(spy.Openings("/proc/") - before, 1);
+    EXPECT_EQ(spy.Openings("/proc/" + std::to_string(both.Pid()) + "/fd/"), 1);
+    const std::string stopped = "a.service, b.service, c.service, d.service";
+    EXPECT_THAT(LogOfSearch(),
+                ::testing::ElementsAre(Used(kVolume), Used(kVolume), Used(kVolume), NoMaster("c.service"),
+                                       Used("/volume2"), Used("/volume2"), ::testing::_, ::testing::_,
+                                       Used(kVolume), Used(kVolume), Used(kVolume), NoMaster("c.service"),
+                                       StopLine(stopped, "/volume1, /volume2, /volume3, /volume1")));
+}
+
+TEST_F(UnmountGroup, LosesNoVolumeToAShortageThatIsOver)
+{
+    AddUnit("a.service", "");
+    AddUnit("b.service", "");
+    const VolumeUser other("/tmp", "a.service");
+    const VolumeUser second("/volume2", "b.service");
+    spy.HideFolderOnce("/proc/" + std::to_string(other.Pid()) + "/fd/");
+    EXPECT_TRUE(Run(true, {kVolume, "/volume2"}));
+    EXPECT_THAT(LogOfSearch(), ElementsAre(NotListed(kVolume), Used("/volume2"),
+                                           StopLine("b.service", "/volume1, /volume2")));
+}
+
+TEST_F(UnmountGroup, IsStoppedAsFarAsAShortageThatLastsLetsItBeFound)
+{
+    AddUnit("a.service", "");
+    AddUnit("b.service", "");
+    const VolumeUser first(kVolume, "a.service");
+    const VolumeUser other("/tmp", "b.service");
+    const VolumeUser second("/volume2", "b.service");
+    spy.HideFolder("/proc/" + std::to_string(other.Pid()) + "/fd/");
+    EXPECT_TRUE(Run(true, {kVolume, "/volume2"}));
+    EXPECT_THAT(LogOfSearch(), ElementsAre(Used(kVolume), NotListed(kVolume), NotListed("/volume2"),
+                                           StopLine("a.service", "/volume1, /volume2")));
 }
 
 TEST_F(UnmountServices, OfUsersStandForNoneOfTheSystem)
