@@ -4,7 +4,6 @@
 #include <array>
 #include <cerrno>
 #include <cstdio>
-#include <locale>
 #include <new>
 #include <optional>
 #include <stdexcept>
@@ -12,7 +11,6 @@
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
-#include <boost/format.hpp>
 
 #include "core/directory.hpp"
 #include "core/error_record_keeper.hpp"
@@ -261,9 +259,8 @@ std::string JobInfo::ToString() const
         VESK_LOG(LOG_ERR, "%s:%d Failed to convert to string", VESK_HERE);
         return {};
     }
-    // The program's locale may group digits.
-    boost::format text("%1% %2% %3% %4%", std::locale::classic());
-    return (text % id % unit % strType % strState).str();
+    // Neither with a stream, which goes on without the number when memory ends, nor with the locale's digits.
+    return std::to_string(id) + " " + unit + " " + strType + " " + strState;
 }
 
 std::string UnitSectionKeyGet(const std::string& strUnit, const std::string& strSection,

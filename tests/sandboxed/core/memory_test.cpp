@@ -86,6 +86,19 @@ TEST(RunnerWithoutMemory, PassesTheFailureOnAndLeavesNothingBehind)
     EXPECT_FALSE(startFailed);
 }
 
+TEST(JobWithoutMemory, IsToldInFullOrNotAtAll)
+{
+    VESK::Systemd::JobInfo job;
+    job.id = 1234;
+    job.unit = "a-service-with-a-name-that-needs-memory.service";
+    std::string text;
+    EXPECT_GT(FailuresUntilEnough([&] {
+                  text = job.ToString();
+                  EXPECT_EQ(text, "1234 a-service-with-a-name-that-needs-memory.service start running");
+              }),
+              1);
+}
+
 TEST(LockWithoutMemory, IsNotHeldAfterwards)
 {
     SyslogCapture log;
