@@ -23,6 +23,7 @@
 #include "core/reason_folder.hpp"
 #include "core/text.hpp"
 #include "core/unit_names.hpp"
+#include "core/unit_section.hpp"
 
 using namespace VESK::Systemd;
 
@@ -280,23 +281,26 @@ std::string XVesklineKeyGet(const std::string& strUnit, const std::string& strKe
     return UnitSectionKeyGet(TemplateNameGet(strUnit), kXVeskline, strKey);
 }
 
-bool AddUnitSection(const std::string& strDirectory, const std::string& strFile,
-                    const std::string& strSection, const std::map<std::string, std::string>& mapKeyValues)
+UnitSection UnitSectionWrite(const std::string& strDirectory, const std::string& strFile,
+                             const std::string& strSection,
+                             const std::map<std::string, std::string>& mapKeyValues)
 {
     KeyTable table;
     if (table.Get() == nullptr) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to VLIBCSzHashAlloc [0x%04X %s:%d]", VESK_HERE,
                  VESK_PLATFORM_ERROR);
-        return false;
+        return UnitSection::NotWritten;
     }
     if (VLIBCExec("/bin/mkdir", "-p", strDirectory.c_str(), nullptr, nullptr) < 0) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to mkdir [%s] [0x%04X %s:%d]", VESK_HERE,
                  strDirectory.c_str(), VESK_PLATFORM_ERROR);
-        return false;
+        return UnitSection::NotWritten;
     }
     const std::string strPath = BeforeZero(strDirectory) + "/" + strFile;
+    UnitSection section = UnitSection::Written;
     for (const auto& [strKey, strValue] : mapKeyValues) {
         if (!table.Set(strKey, strValue)) {
+            section = UnitSection::LacksKeys;
             VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to VLIBCSzHashSetValue to [%s] [0x%04X %s:%d]",
                      VESK_HERE, strPath.c_str(), VESK_PLATFORM_ERROR);
         }
@@ -304,9 +308,15 @@ bool AddUnitSection(const std::string& strDirectory, const std::string& strFile,
     if (VLIBCFileAddSection(strPath.c_str(), strSection.c_str(), table.Get(), 0) < 0) {
         VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to VLIBCFileSetSection to [%s] [0x%04X %s:%d]", VESK_HERE,
                  strPath.c_str(), VESK_PLATFORM_ERROR);
-        return false;
+        return UnitSection::NotWritten;
     }
-    return true;
+    return section;
+}
+
+bool AddUnitSection(const std::string& strDirectory, const std::string& strFile,
+                    const std::string& strSection, const std::map<std::string, std::string>& mapKeyValues)
+{
+    return UnitSectionWrite(strDirectory, strFile, strSection, mapKeyValues) != UnitSection::NotWritten;
 }
 
 bool UnlinkReasons(const std::string& strReason, const Texts& vecServices, Texts& vecCleared,

@@ -17,6 +17,7 @@
 #include "core/paths.hpp"
 #include "core/pause.hpp"
 #include "core/text.hpp"
+#include "core/unit_section.hpp"
 #include "units/systemd_start.hpp"
 #include "volumes/mount_path_services.hpp"
 #include "volumes/unmount_services.hpp"
@@ -165,8 +166,10 @@ bool TargetRemove(const char* szTarget)
 bool TargetWrite(const char* szTarget, const char* szRelation, const Services& setServices)
 {
     const std::string strServices = boost::algorithm::join(setServices, " ");
-    if (AddUnitSection(kTargetDirectory, szTarget, "Unit",
-                       {{szRelation, strServices}, {"After", strServices}, {"DefaultDependencies", "no"}})) {
+    const UnitSection section =
+        UnitSectionWrite(kTargetDirectory, szTarget, "Unit",
+                         {{szRelation, strServices}, {"After", strServices}, {"DefaultDependencies", "no"}});
+    if (section == UnitSection::Written) {
         return true;
     }
     VESK_LOG(LOG_ERR, "%s:%d vesksystemd: Fail to add unit section in [%s].", VESK_HERE,

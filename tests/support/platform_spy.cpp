@@ -145,6 +145,13 @@ extern "C" {
     return spy != nullptr && spy->FailsSection() ? -1 : real(path, section, hash, flags);
 }
 
+[[gnu::visibility("default")]] int VLIBCSzHashSetValue(VLIBCSzHash** hash, const char* key, const char* value)
+{
+    static const auto real = VeskTest::NextFunction<decltype(VLIBCSzHashSetValue)>("VLIBCSzHashSetValue");
+    const VeskTest::PlatformSpy* spy = VeskTest::currentSpy;
+    return spy != nullptr && spy->FailsKey(key) ? -1 : real(hash, key, value);
+}
+
 [[gnu::visibility("default")]] DIR* opendir(const char* name)
 {
     static const auto real = VeskTest::NextFunction<DIR*(const char*)>("opendir");

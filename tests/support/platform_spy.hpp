@@ -46,6 +46,10 @@ public:
     // The writing of a section with that number, from 1, fails.
     void FailSection(int number) { m_failingSection = number; }
 
+    // From now on no table takes a key of that name.
+    void FailKey(const std::string& key) { m_failingKey = key; }
+    bool FailsKey(const std::string& key) const { return key == m_failingKey; }
+
     // From now on no folder of /proc can be opened.
     void HideProcesses() { m_processesHidden = true; }
     // From now on that folder cannot be opened.
@@ -95,6 +99,7 @@ private:
     int m_failingFork = 0;
     std::atomic<int> m_sections{0};
     int m_failingSection = 0;
+    std::string m_failingKey;
     bool m_processesHidden = false;
     std::string m_hiddenFolder;
     std::string m_folderHiddenOnce;

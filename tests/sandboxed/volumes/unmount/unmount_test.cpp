@@ -277,6 +277,26 @@ TEST_P(TargetNotWritten, EndsTheUnmountBeforeAnythingIsStopped)
 
 INSTANTIATE_TEST_SUITE_P(, TargetNotWritten, ::testing::Values(1, 2));
 
+class TargetWithoutKey : public UnmountTest, public ::testing::WithParamInterface<const char*>
+{
+};
+
+// It would stop or start nothing, or not wait for that.
+TEST_P(TargetWithoutKey, EndsTheUnmountBeforeAnythingIsStopped)
+{
+    spy.FailKey(GetParam());
+    AddDependent("a.service");
+    EXPECT_FALSE(Run());
+    EXPECT_EQ(runs, 0);
+    EXPECT_THAT(Steps(), IsEmpty());
+    const std::string target = GetParam() == std::string("Wants") ? kEndFile : kBeginFile;
+    EXPECT_THAT(OwnLog(), ElementsAre(Error(kUnmountFile,
+                                            "vesksystemd: Fail to add unit section in [" + target + "].")));
+}
+
+INSTANTIATE_TEST_SUITE_P(, TargetWithoutKey,
+                         ::testing::Values("Conflicts", "Wants", "After", "DefaultDependencies"));
+
 TEST_F(UnmountTest, FailsWhenTheManagerDoesNotReload)
 {
     systemctl.On({"daemon-reload"}).Exit(1);
