@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using VESK::Platform::Fail;
 using VESK::Platform::SetMode;
@@ -30,11 +31,15 @@ int UpdateTimes(const char* path)
     return utimensat(AT_FDCWD, path, nullptr, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
 }
 
-/** 0, or an errno value: EEXIST when there is something under the name. */
+/** 0, or an errno value: EEXIST when there is something under the name. What fails leaves no file. */
 int Create(const char* path)
 {
     const UniqueFd fd(open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, kMode));
-    return fd ? SetMode(fd.Get(), kMode) : errno;
+    const int error = fd ? SetMode(fd.Get(), kMode) : errno;
+    if (fd && error != 0) {
+        unlink(path);
+    }
+    return error;
 }
 
 } // namespace

@@ -4,12 +4,15 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 #include <veskcore.h>
 
+#include "checks.hpp"
 #include "children.hpp"
 #include "descriptors.hpp"
 #include "files.hpp"
+#include "system_call_filter.hpp"
 
 namespace VeskTest
 {
@@ -40,6 +43,18 @@ TEST_F(FileCall, TouchCreatesAnEmptyFile)
     EXPECT_EQ(ReadText(m_path), "");
     EXPECT_EQ(Mode(m_path), 0644U);
     EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST_F(FileCall, TouchLeavesNoFileWhoseModeCannotBeGiven)
+{
+    MakeFolder("/run/files");
+    ExpectInChild([&] {
+        umask(0777);
+        FailSystemCall(SYS_fchmod, EIO);
+        EXPECT_LT(VLIBCFileTouch(m_path.c_str()), 0);
+        EXPECT_EQ(errno, EIO);
+    });
+    EXPECT_FALSE(Exists(m_path));
 }
 
 TEST_F(FileCall, TouchUpdatesTheTimeAndKeepsTheContent)
