@@ -123,14 +123,20 @@ Exit Shielded(const std::function<Exit()>& work)
                                                                            : Exit::Failed;
 }
 
-int CommandRun(const Texts& vecCommand)
+std::vector<char*> ArgumentsOf(const Texts& vecCommand)
 {
-    std::cout << std::flush;
     std::vector<char*> vecArguments;
     for (const std::string& strArgument : vecCommand) {
         vecArguments.push_back(const_cast<char*>(strArgument.c_str()));
     }
     vecArguments.push_back(nullptr);
+    return vecArguments;
+}
+
+int CommandRun(const Texts& vecCommand)
+{
+    std::cout << std::flush;
+    const std::vector<char*> vecArguments = ArgumentsOf(vecCommand);
     const SpawnAttributes attributes;
     const pid_t nBefore = isatty(STDIN_FILENO) != 0 ? tcgetpgrp(STDIN_FILENO) : -1;
     pid_t nChild = 0;

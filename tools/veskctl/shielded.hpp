@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "command.hpp"
 
@@ -18,6 +19,9 @@ Exit Shielded(const std::function<Exit()>& work);
 
 /** Whether a signal asked for the end. */
 bool IsInterrupted();
+
+/** The command as exec takes it; valid as long as `vecCommand` is. */
+std::vector<char*> ArgumentsOf(const Texts& vecCommand);
 
 /**
  * Runs a command that has the terminal meanwhile, and gives its exit code: 128 and the number for a signal, 127 for

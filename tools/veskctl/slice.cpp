@@ -13,6 +13,7 @@
 #include "output.hpp"
 #include "progress.hpp"
 #include "resource/cgroup_layout.hpp"
+#include "shielded.hpp"
 #include "slice_usage.hpp"
 
 using namespace VESK::Systemd;
@@ -136,11 +137,7 @@ Exit KillRun(const Call& call)
 /** Becomes the command; comes back only when that cannot be run. */
 Exit Become(const Texts& vecCommand)
 {
-    std::vector<char*> vecArguments;
-    for (const std::string& strArgument : vecCommand) {
-        vecArguments.push_back(const_cast<char*>(strArgument.c_str()));
-    }
-    vecArguments.push_back(nullptr);
+    const std::vector<char*> vecArguments = ArgumentsOf(vecCommand);
     std::cout << std::flush;
     execvp(vecArguments[0], vecArguments.data());
     Complain(vecCommand[0] + ": " + strerror(errno));

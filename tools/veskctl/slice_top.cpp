@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <csignal>
 #include <iostream>
@@ -9,6 +8,7 @@
 #include <thread>
 #include <unistd.h>
 
+#include "number.hpp"
 #include "output.hpp"
 #include "slice_usage.hpp"
 
@@ -131,21 +131,12 @@ Exit Once(const Call& call, std::chrono::seconds interval, const std::string& st
     return Exit::Done;
 }
 
-/** Whole seconds from 1 to 3600; 0 for anything else. */
-int SecondsOf(const std::string& strText)
-{
-    int nSeconds = 0;
-    const char* pEnd = strText.data() + strText.size();
-    const auto [pRead, error] = std::from_chars(strText.data(), pEnd, nSeconds);
-    return error == std::errc() && pRead == pEnd && nSeconds >= 1 && nSeconds <= 3600 ? nSeconds : 0;
-}
-
 } // namespace
 
 Exit TopRun(const Call& call)
 {
     const std::string strKey = call.Has("sort") ? call.Value("sort") : "cpu";
-    const int nSeconds = call.Has("interval") ? SecondsOf(call.Value("interval")) : 1;
+    const int nSeconds = call.Has("interval") ? NumberOf(call.Value("interval"), 3600) : 1;
     if (nSeconds == 0 || std::count(SortKeys().begin(), SortKeys().end(), strKey) == 0) {
         Complain("--interval takes seconds from 1 to 3600, --sort one of cpu, memory, io and name");
         return Exit::WrongUse;

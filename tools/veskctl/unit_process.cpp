@@ -1,10 +1,11 @@
 #include "unit_process.hpp"
 
-#include <charconv>
+#include <climits>
 #include <cstdio>
 
 #include <vesksystemd.hpp>
 
+#include "number.hpp"
 #include "output.hpp"
 #include "resource/cgroup_layout.hpp"
 
@@ -14,15 +15,6 @@ namespace Veskctl
 {
 namespace
 {
-
-/** A whole positive number; 0 for anything else. */
-int PidOf(const std::string& strPid)
-{
-    int nPid = 0;
-    const char* pEnd = strPid.data() + strPid.size();
-    const auto [pRead, error] = std::from_chars(strPid.data(), pEnd, nPid);
-    return error == std::errc() && pRead == pEnd && nPid > 0 ? nPid : 0;
-}
 
 /** What is told of a process; throws when it is not there. */
 Json::Value ProcessGet(int nPid)
@@ -61,7 +53,7 @@ void ProcessPrint(const Json::Value& value)
 
 Exit PidRun(const Call& call)
 {
-    const int nPid = PidOf(call.vecOperands[0]);
+    const int nPid = NumberOf(call.vecOperands[0], INT_MAX);
     if (nPid == 0) {
         Complain("'" + call.vecOperands[0] + "' is no process id");
         return Exit::WrongUse;

@@ -85,10 +85,12 @@ Texts LeftoverGet()
     std::set<std::string> setUnits;
     ActionServicesAdd(setUnits);
     NotedAdd(setUnits);
+    setUnits.erase("");
     Texts vecLeft;
     for (const std::string& strUnit : setUnits) {
-        const std::string strActive = strUnit.empty() ? "active" : UnitStateGet(strUnit).strActive;
-        if (strActive != "active" && strActive != "activating" && strActive != "reloading") {
+        // What was uninstalled or masked meanwhile is not to come back.
+        const UnitState state = UnitStateGet(strUnit);
+        if (state.strLoad == "loaded" && !state.IsActive() && state.strActive != "activating") {
             vecLeft.push_back(strUnit);
         }
     }
