@@ -1,0 +1,121 @@
+// The verbs on volumes, reasons, slices and targets on a real systemd.
+
+#include <csignal>
+
+#include "children.hpp"
+#include "files.hpp"
+#include "paths.hpp"
+#include "veskctl_live_ground.hpp"
+
+namespace VeskTest
+{
+namespace
+{
+
+using ::testing::HasSubstr;
+
+TEST_F(VeskctlLive, ShowsWhoUsesAVolume)
+{
+    const Outcome users = Veskctl("volume users /volume1");
+
+    EXPECT_EQ(users.exitCode, 0);
+    EXPECT_THAT(users.output, HasSubstr("inside.service"));
+    EXPECT_THAT(users.output, HasSubstr("working folder  yes"));
+}
+
+TEST_F(VeskctlLive, UnmountsAVolumeAndHasItsUsersBack)
+{
+    AddUnit("need.service", RunningService().Unit("Requires=inside.service").Unit("After=inside.service"));
+    MustSystemctl({"start", "need.service"});
+    const std::string before = Property("inside.service", "MainPID");
+
+    const Outcome plan = Veskctl("volume unmount --dry-run /volume1");
+    const Outcome outcome = Veskctl("volume unmount /volume1");
+
+    EXPECT_THAT(plan.output, HasSubstr("need.service"));
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+    EXPECT_FALSE(IsVolumeMounted());
+    EXPECT_EQ(ActiveState("inside.service"), "active");
+    EXPECT_NE(Property("inside.service", "MainPID"), before);
+    EXPECT_EQ(ActiveState("need.service"), "active");
+}
+
+TEST_F(VeskctlLive, NamesAServiceThatDoesNotComeBack)
+{
+    AddUnit("inside.service", UnitText().Service("Type=exec").Service("ExecStart=/bin/nothing"));
+
+    const Outcome outcome = Veskctl("volume unmount /volume1");
+
+    EXPECT_EQ(outcome.exitCode, 1);
+    EXPECT_THAT(outcome.output, HasSubstr("inside.service: was active before and is now failed"));
+}
+
+TEST_F(VeskctlLive, RecoversFromAnActionThatWasKilled)
+{
+    OtherProcess action([] { return Veskctl("volume unmount /volume1 -- sleep 1000").exitCode; });
+    ASSERT_TRUE(AwaitActiveState("inside.service", "inactive"));
+    ASSERT_TRUE(Eventually([] { return RunCommand({"/usr/bin/pgrep", "-x", "sleep"}).exitCode == 0; }));
+    RunCommand({"/usr/bin/pkill", "-KILL", "-x", "veskctl"});
+    action.Wait();
+    RunCommand({"/usr/bin/pkill", "-KILL", "-x", "sleep"});
+    EXPECT_EQ(ActiveState("inside.service"), "inactive");
+
+    const Outcome outcome = Veskctl("volume recover");
+
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+    EXPECT_THAT(outcome.output, HasSubstr("inside.service: started again"));
+    EXPECT_EQ(ActiveState("inside.service"), "active");
+    EXPECT_EQ(Veskctl("volume recover").output, "");
+}
+
+TEST_F(VeskctlLive, HoldsAServiceForAReason)
+{
+    EXPECT_EQ(Veskctl("reason stop backup inside").exitCode, 0);
+    EXPECT_EQ(ActiveState("inside.service"), "inactive");
+    EXPECT_EQ(Veskctl("start inside").exitCode, 1);
+    EXPECT_THAT(Veskctl("reason list").output, HasSubstr("inside.service  backup"));
+    EXPECT_EQ(Veskctl("reason start backup inside").exitCode, 0);
+    EXPECT_EQ(ActiveState("inside.service"), "active");
+}
+
+TEST_F(VeskctlLive, TellsWhyAUnitFailed)
+{
+    AddUnit("bad.service", FailingService(3));
+
+    EXPECT_THAT(Veskctl("start bad").output,
+                HasSubstr("veskctl: bad: start failed: failed (exit-code, status 3)"));
+    EXPECT_EQ(Veskctl("start nothing").exitCode, 3);
+    EXPECT_THAT(Veskctl("status bad").output, HasSubstr("exit-code, status 3"));
+}
+
+TEST_F(VeskctlLive, ChoosesTheDefaultTarget)
+{
+    EXPECT_EQ(Veskctl("target set rescue").exitCode, 0);
+    EXPECT_EQ(Veskctl("target get").output, "rescue.target\n");
+}
+
+TEST_F(VeskctlLive, RunsACommandInATargetAndComesBack)
+{
+    AddUnit("small.target", UnitText().Unit("AllowIsolate=yes"));
+
+    const Outcome outcome = Veskctl("target run small -- systemctl is-active small.target");
+
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+    EXPECT_THAT(outcome.output, HasSubstr("active\n"));
+    EXPECT_TRUE(AwaitActiveState("multi-user.target", "active"));
+}
+
+TEST_F(VeskctlLive, KillsASlice)
+{
+    AddUnit("sliced.service", RunningService().Service("Slice=work.slice"));
+    MustSystemctl({"start", "sliced.service"});
+    MonitorSlice("work.slice");
+
+    const Outcome outcome = Veskctl("slice kill work");
+
+    EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
+    EXPECT_EQ(ActiveState("sliced.service"), "inactive");
+}
+
+} // namespace
+} // namespace VeskTest
