@@ -11,9 +11,9 @@ namespace VESK::Systemd
  * library, and static objects of its own may still call it. The library is linked to stay loaded once it is.
  */
 template <typename T>
-const T& Immortal(T value)
+const T* Immortal(T value)
 {
-    return *std::make_unique<T>(std::move(value)).release();
+    return std::make_unique<T>(std::move(value)).release();
 }
 
 } // namespace VESK::Systemd

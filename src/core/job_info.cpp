@@ -21,9 +21,9 @@ WordMap<Value> WordMapOf(std::initializer_list<typename WordMap<Value>::value_ty
 
 // Made when the library is loaded, so that a caller's static objects may use them. "unknow" is this library's own
 // word for what systemd has no word for.
-const auto& kTypes = Immortal(
+const auto* const kTypes = Immortal(
     WordMapOf<JobType>({{JobType::Unknown, "unknow"}, {JobType::Start, "start"}, {JobType::Stop, "stop"}}));
-const auto& kStates = Immortal(WordMapOf<JobState>(
+const auto* const kStates = Immortal(WordMapOf<JobState>(
     {{JobState::Unknown, "unknow"}, {JobState::Running, "running"}, {JobState::Waiting, "waiting"}}));
 
 template <typename View, typename Key, typename Value>
@@ -41,22 +41,22 @@ bool Lookup(const View& view, const Key& key, Value& value)
 
 bool JobStringMap::TypeToString(JobType type, std::string& strWord)
 {
-    return Lookup(kTypes.left, type, strWord);
+    return Lookup(kTypes->left, type, strWord);
 }
 
 bool JobStringMap::StringToType(const std::string& strWord, JobType& type)
 {
-    return Lookup(kTypes.right, strWord, type);
+    return Lookup(kTypes->right, strWord, type);
 }
 
 bool JobStringMap::StateToString(JobState state, std::string& strWord)
 {
-    return Lookup(kStates.left, state, strWord);
+    return Lookup(kStates->left, state, strWord);
 }
 
 bool JobStringMap::StringToState(const std::string& strWord, JobState& state)
 {
-    return Lookup(kStates.right, strWord, state);
+    return Lookup(kStates->right, strWord, state);
 }
 
 } // namespace VESK::Systemd

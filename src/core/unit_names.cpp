@@ -11,7 +11,7 @@ namespace
 {
 
 /** Made when the library is loaded, so that a caller's static objects may use it. */
-const auto& kUnitTypes = Immortal(std::set<std::string>{
+const auto* const kUnitTypes = Immortal(std::set<std::string>{
     "service",
     "socket",
     "device",
@@ -29,7 +29,7 @@ const auto& kUnitTypes = Immortal(std::set<std::string>{
 
 const std::set<std::string>& UnitTypes()
 {
-    return kUnitTypes;
+    return *kUnitTypes;
 }
 
 std::string NormalizedUnitNameGet(const std::string& strText)
