@@ -36,6 +36,9 @@ public:
     // Gives NAME what a unit, a package and a slice of that name have.
     static void MakeOwner(const std::string& name);
 
+    // For answers of the test's own.
+    ScriptedSystemctl& Systemctl() { return m_systemctl; }
+
     // The arguments of systemctl, call by call.
     std::vector<Words> Calls() const;
     void ForgetCalls();
