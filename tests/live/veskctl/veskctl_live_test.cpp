@@ -2,6 +2,7 @@
 
 #include <csignal>
 
+#include "cgroup_trees.hpp"
 #include "children.hpp"
 #include "files.hpp"
 #include "paths.hpp"
@@ -13,6 +14,7 @@ namespace
 {
 
 using ::testing::HasSubstr;
+using ::testing::Not;
 
 TEST_F(VeskctlLive, ShowsWhoUsesAVolume)
 {
@@ -103,6 +105,45 @@ TEST_F(VeskctlLive, RunsACommandInATargetAndComesBack)
     EXPECT_EQ(outcome.exitCode, 0) << outcome.output;
     EXPECT_THAT(outcome.output, HasSubstr("active\n"));
     EXPECT_TRUE(AwaitActiveState("multi-user.target", "active"));
+}
+
+TEST_F(VeskctlLive, IsolatesATarget)
+{
+    AddUnit("small.target", UnitText().Unit("AllowIsolate=yes"));
+
+    EXPECT_EQ(Veskctl("isolate small").exitCode, 0);
+
+    EXPECT_EQ(ActiveState("small.target"), "active");
+    EXPECT_EQ(ActiveState("inside.service"), "inactive");
+}
+
+TEST_F(VeskctlLive, ShowsWhatDependsOnVolumesAndWhoIsRegistered)
+{
+    AddUnit("dependent.service", RunningService().Line("X-Veskline", "VolumeDependency=all"));
+    MustSystemctl({"start", "dependent.service"});
+
+    EXPECT_THAT(Veskctl("volume dependents /volume1").output,
+                HasSubstr("dependent.service  all volumes  active  "));
+    EXPECT_EQ(Veskctl("volume register /volume1 --unit dependent").exitCode, 0);
+    EXPECT_THAT(Veskctl("volume registered").output, HasSubstr("/volume1  dependent.service  unit\n"));
+    EXPECT_EQ(Veskctl("volume unregister /volume1 --unit dependent").exitCode, 0);
+    EXPECT_THAT(Veskctl("volume registered").output, Not(HasSubstr("dependent.service")));
+}
+
+TEST_F(VeskctlLive, ListsShowsAndEntersASlice)
+{
+    AddUnit("sliced.service", RunningService().Service("Slice=work.slice"));
+    MustSystemctl({"start", "sliced.service"});
+    MonitorSlice("work.slice");
+    if (MonitoredTree().folder != SystemdTree().folder) {
+        MoveByHand(std::stoi(Property("sliced.service", "MainPID")), MonitoredTree().Members("work.slice"));
+    }
+
+    EXPECT_THAT(Veskctl("slice list").output, HasSubstr("\nwork.slice "));
+    EXPECT_THAT(Veskctl("slice show work").output, HasSubstr(" sliced.service"));
+    const Outcome entered = Veskctl("slice enter work -- cat /proc/self/cgroup");
+    EXPECT_EQ(entered.exitCode, 0) << entered.output;
+    EXPECT_THAT(entered.output, HasSubstr(":/work.slice\n"));
 }
 
 TEST_F(VeskctlLive, KillsASlice)
