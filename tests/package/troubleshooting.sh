@@ -3,6 +3,7 @@
 # and numbers stands in the text of one call.
 . "$SOURCE/tests/package/lib.sh"
 
+# shellcheck disable=SC2016 # backquotes as in Markdown
 grep '^| `' "$SOURCE/docs/troubleshooting.md" | cut -d '|' -f 2 | grep -o '`[^`]*`' | tr -d '`' >"$WORK/lines.txt"
 [ "$(wc -l <"$WORK/lines.txt")" -ge 30 ] || fail 'docs/troubleshooting.md explains nothing'
 grep -rhoE '"%s:%d [^"]*"' "$SOURCE/src" | sed 's/^"%s:%d \(vesksystemd: \)\{0,1\}//; s/"$//; s/\\n/ /g' >"$WORK/texts.txt"

@@ -108,7 +108,8 @@ UnitText LastingService()
 
 UnitText RunningService()
 {
-    return Installable(UnitText().Service("ExecStart=/bin/sleep infinity"));
+    // Its start is over when the process is in its group and runs the program.
+    return Installable(UnitText().Service("Type=exec").Service("ExecStart=/bin/sleep infinity"));
 }
 
 UnitText FailingService(int exitCode)

@@ -35,6 +35,8 @@ protected:
         ASSERT_TRUE(QueueJob("start", "starting.service"));
         ASSERT_TRUE(QueueJob("start", "waiting.service"));
         ASSERT_TRUE(QueueJob("stop", "stopping.service"));
+        ASSERT_TRUE(AwaitActiveState("starting.service", "activating"));
+        ASSERT_TRUE(AwaitActiveState("stopping.service", "deactivating"));
     }
 };
 

@@ -8,7 +8,6 @@
 #include "cgroup_trees.hpp"
 #include "checks.hpp"
 #include "children.hpp"
-#include "descriptor.hpp"
 #include "files.hpp"
 #include "live_units.hpp"
 
@@ -37,13 +36,7 @@ pid_t Start(const std::string& service, const UnitText& text)
 {
     AddUnit(service, text);
     MustSystemctl({"start", service});
-    const std::string pid = Property(service, "MainPID");
-    // Before it runs its own program a new process of systemd's may still be on its way to its group.
-    EXPECT_TRUE(Eventually([&pid] {
-        const std::string program = VeskGround::ReadLink("/proc/" + pid + "/exe");
-        return !program.empty() && program.find("/systemd/") == std::string::npos;
-    }));
-    return static_cast<pid_t>(std::stol(pid));
+    return static_cast<pid_t>(std::stol(Property(service, "MainPID")));
 }
 
 std::vector<int> PidsIn(const std::string& slice)
