@@ -56,7 +56,8 @@ void* CallOperation(void* operation)
     return nullptr;
 }
 
-Surroundings SmallStack()
+// A sanitizer's frames do not fit.
+[[maybe_unused]] Surroundings SmallStack()
 {
     Surroundings surroundings{"StackOf64KiB"};
     surroundings.within = [](const Operation& operation) {
