@@ -126,10 +126,11 @@ std::vector<Surroundings> AllLimits()
         Limit("StackOf512KiB", RLIMIT_STACK, 512UL * 1024),
         Limit("NoProcesses", RLIMIT_NPROC, 0),
     };
+#ifndef VESK_SANITIZED
+    // A sanitizer needs memory of its own, and a pipe to look at an object's type.
     for (const rlim_t descriptors : {0UL, 4UL, 6UL, 8UL}) {
         all.push_back(Limit("Descriptors" + std::to_string(descriptors), RLIMIT_NOFILE, descriptors));
     }
-#ifndef VESK_SANITIZED
     all.push_back(Limit("NoMemory", RLIMIT_AS, 0));
     all.push_back(Limit("NoData", RLIMIT_DATA, 0));
 #endif
