@@ -307,9 +307,9 @@ TEST_P(MountPathAsking, FindsTheSameFromAFolderWithManyFiles)
     for (int number = 0; number < 1100; ++number) {
         WriteText("/volume1/many/" + std::to_string(number), "");
     }
-    WriteText("/volume1/many/[heap]", "");
+    WriteText("/volume1/many/[stack]", "");
     WorkIn("/volume1/many");
-    ExpectSameFiles("/volume1/many/[heap]");
+    ExpectSameFiles("/volume1/many/[stack]");
     EXPECT_GT(*m_counts.rbegin(), m_zoo.size() - 5);
 }
 
