@@ -3,8 +3,10 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <cstdint>
 #include <string>
 #include <sys/ptrace.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -43,21 +45,56 @@ pid_t StartTraced(const std::function<void()>& function)
     return pid;
 }
 
+// Whether nobody but the process itself can tell that this call was made: killed before it or after it, it leaves the
+// same behind.
+bool IsUnseen(std::uint64_t call)
+{
+    switch (call) {
+    case SYS_rt_sigaction:
+    case SYS_rt_sigprocmask:
+    case SYS_mmap:
+    case SYS_munmap:
+    case SYS_mprotect:
+    case SYS_brk:
+    case SYS_newfstatat:
+    case SYS_getpid:
+    case SYS_gettid:
+    case SYS_clock_gettime:
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Whether the process has stopped where a call has ended whose traces outlive it.
+bool IsStep(pid_t pid, std::uint64_t& call)
+{
+    __ptrace_syscall_info info{};
+    VeskGround::Require(ptrace(PTRACE_GET_SYSCALL_INFO, pid, sizeof(info), &info), "ptrace",
+                        std::to_string(pid));
+    if (info.op == PTRACE_SYSCALL_INFO_ENTRY) {
+        call = info.entry.nr;
+        return false;
+    }
+    return !IsUnseen(call);
+}
+
 } // namespace
 
 int KillAtStep(int step, const std::function<void()>& function)
 {
     const pid_t pid = StartTraced(function);
     int signal = 0;
+    std::uint64_t call = 0;
     for (int steps = 0;;) {
         ptrace(PTRACE_SYSCALL, pid, nullptr, signal);
         const int status = AwaitStop(pid);
         if (WIFEXITED(status) || WIFSIGNALED(status)) {
             return steps;
         }
-        const bool isStep = WSTOPSIG(status) == (SIGTRAP | 0x80);
-        signal = isStep ? 0 : WSTOPSIG(status);
-        steps += isStep ? 1 : 0;
+        const bool isCall = WSTOPSIG(status) == (SIGTRAP | 0x80);
+        signal = isCall ? 0 : WSTOPSIG(status);
+        steps += isCall && IsStep(pid, call) ? 1 : 0;
         if (steps == step) {
             kill(pid, SIGKILL);
             AwaitStop(pid);
