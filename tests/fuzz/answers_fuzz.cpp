@@ -46,20 +46,6 @@ namespace
 
 using VESK::Systemd::JobInfo;
 
-// With a line feed behind each, but for the end of an answer that has none.
-Texts LinesOf(const std::string& text)
-{
-    Texts lines = Cut(text, '\n');
-    for (std::string& line : lines) {
-        line += '\n';
-    }
-    lines.back().pop_back();
-    if (lines.back().empty()) {
-        lines.pop_back();
-    }
-    return lines;
-}
-
 std::string ValueOf(const std::string& line)
 {
     const Texts pieces = Cut(line, '=');
@@ -163,7 +149,7 @@ void Fuzz(std::string_view input)
 {
     exitCode = std::atoi(std::string(TakeLine(input)).c_str()) & 0xFF;
     answer = input;
-    const Texts lines = LinesOf(answer);
+    const Texts lines = CutBehindLineFeeds(answer);
     FuzzShow(lines);
     FuzzEnableStatus(lines);
     FuzzUnitFiles(lines);

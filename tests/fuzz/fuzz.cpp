@@ -96,6 +96,19 @@ Texts Cut(std::string_view text, char separator)
     return pieces;
 }
 
+Texts CutBehindLineFeeds(std::string_view text)
+{
+    Texts lines = Cut(text, '\n');
+    for (std::string& line : lines) {
+        line += '\n';
+    }
+    lines.back().pop_back();
+    if (lines.back().empty()) {
+        lines.pop_back();
+    }
+    return lines;
+}
+
 std::string Stripped(std::string_view text)
 {
     constexpr std::string_view kBlanks = " \t\n\v\f\r";

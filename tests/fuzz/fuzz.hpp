@@ -39,6 +39,9 @@ std::string BeforeZero(std::string_view text);
 /** The pieces between the separators, one at least. */
 Texts Cut(std::string_view text, char separator);
 
+/** The lines with their line feeds; the last one may have none. */
+Texts CutBehindLineFeeds(std::string_view text);
+
 /** The text without the white space of the C locale at its ends. */
 std::string Stripped(std::string_view text);
 

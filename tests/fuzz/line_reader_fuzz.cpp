@@ -46,20 +46,6 @@ ssize_t Read(void* cookie, char* buffer, size_t size)
                 letter < 'a' ? size : std::min<size_t>(size, static_cast<size_t>(letter - 'a') + 1));
 }
 
-// The text cut behind each line feed.
-Texts LinesOf(std::string_view text)
-{
-    Texts lines = Cut(text, '\n');
-    for (std::string& line : lines) {
-        line += '\n';
-    }
-    lines.back().pop_back();
-    if (lines.back().empty()) {
-        lines.pop_back();
-    }
-    return lines;
-}
-
 } // namespace
 
 void Fuzz(std::string_view input)
@@ -80,7 +66,7 @@ void Fuzz(std::string_view input)
     Require(reader.Failed() == source.failed, "a failure is known, and an interruption is none");
     (void)std::fclose(stream);
     // What a failed stream has given before is given out.
-    RequireSame(lines, LinesOf(input.substr(0, input.size() - source.rest.size())), "the lines");
+    RequireSame(lines, CutBehindLineFeeds(input.substr(0, input.size() - source.rest.size())), "the lines");
 }
 
 } // namespace VeskFuzz
