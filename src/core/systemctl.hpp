@@ -38,6 +38,12 @@ struct Answer {
 };
 
 /**
+ * Told of all that systemctl answers, in the thread that asked, before anybody judges it. Does nothing here; a program
+ * that is linked from the library's objects may have one of its own, to tell more than results do.
+ */
+void AnswerHeard(const Request& request, const Answer& answer);
+
+/**
  * Asks, as far as the jobs that are queued allow it; nobody else starts systemctl. Blocks until it has ended.
  * Throws when memory runs out.
  */

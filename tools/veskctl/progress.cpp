@@ -75,33 +75,43 @@ void Progress::Now(const std::string& strWhat)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_strWhat = strWhat;
+    if (strWhat.empty()) {
+        Clear();
+    }
 }
 
-void Progress::Draw(int nSeconds, const std::string& strWhat)
+void Progress::Clear()
 {
-    if (strWhat.empty()) {
-        // Somebody else has the terminal.
-        return;
+    if (m_blShown) {
+        Write("\r\033[K");
+        m_blShown = false;
     }
-    const std::string strJobs = JobsText();
-    std::string strLine = std::to_string(nSeconds) + " s: " + strWhat;
-    strLine += strJobs.empty() ? "" : "; waiting for: " + strJobs;
+}
+
+void Progress::Draw(long long nSeconds, const std::string& strJobs)
+{
+    const std::string strWaiting = strJobs.empty() ? "" : "; waiting for: " + strJobs;
+    const std::string strLine = std::to_string(nSeconds) + " s: " + m_strWhat + strWaiting;
     Write("\r\033[K" + Harmless(strLine).substr(0, Columns() - 1));
+    m_blShown = true;
 }
 
 void Progress::Show()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    int nSeconds = 0;
-    while (!m_changed.wait_for(lock, std::chrono::seconds(1), [this] { return m_blEnded; })) {
-        const std::string strWhat = m_strWhat;
+    const auto isEnded = [this] { return m_blEnded; };
+    const auto begin = std::chrono::steady_clock::now();
+    while (!m_changed.wait_for(lock, std::chrono::seconds(1), isEnded)) {
         lock.unlock();
-        Draw(++nSeconds, strWhat);
+        const std::string strJobs = JobsText();
         lock.lock();
+        // Meanwhile somebody else may have got the terminal.
+        if (!m_strWhat.empty() && !m_blEnded) {
+            const std::chrono::nanoseconds passed = std::chrono::steady_clock::now() - begin;
+            Draw(std::chrono::duration_cast<std::chrono::seconds>(passed).count(), strJobs);
+        }
     }
-    if (nSeconds > 0) {
-        Write("\r\033[K");
-    }
+    Clear();
 }
 
 } // namespace Veskctl

@@ -20,17 +20,19 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /** Something else is done from now on; nothing is shown while that is empty. */
+    /** Something else is done from now on; the line is away while that is empty, so that others may print. */
     void Now(const std::string& strWhat);
 
 private:
     void Show();
-    void Draw(int nSeconds, const std::string& strWhat);
+    void Draw(long long nSeconds, const std::string& strJobs);
+    void Clear();
 
     std::mutex m_mutex;
     std::condition_variable m_changed;
     std::string m_strWhat;
     bool m_blEnded = false;
+    bool m_blShown = false;
     std::thread m_thread;
 };
 

@@ -3,11 +3,14 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <spawn.h>
 #include <stdexcept>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "output.hpp"
 
 namespace Veskctl
 {
@@ -143,7 +146,7 @@ int CommandRun(const Texts& vecCommand)
     const int nError =
         posix_spawnp(&nChild, vecArguments[0], nullptr, attributes.Get(), vecArguments.data(), environ);
     if (nError != 0) {
-        errno = nError;
+        Complain(vecCommand[0] + ": " + strerror(nError));
         return 127;
     }
     TerminalGive(nChild);
@@ -153,6 +156,15 @@ int CommandRun(const Texts& vecCommand)
         TerminalGive(nBefore);
     }
     return nResult;
+}
+
+bool CommandDone(const Texts& vecCommand)
+{
+    const int nExit = CommandRun(vecCommand);
+    if (nExit != 0) {
+        Complain(vecCommand[0] + " ended with " + std::to_string(nExit));
+    }
+    return nExit == 0;
 }
 
 } // namespace Veskctl

@@ -25,8 +25,11 @@ std::vector<char*> ArgumentsOf(const Texts& vecCommand);
 
 /**
  * Runs a command that has the terminal meanwhile, and gives its exit code: 128 and the number for a signal, 127 for
- * one that cannot be run. An interruption that reaches this process is passed on to it.
+ * one that cannot be run, which is told. An interruption that reaches this process is passed on to it.
  */
 int CommandRun(const Texts& vecCommand);
+
+/** The same for who only asks whether it went well; tells when it did not. */
+bool CommandDone(const Texts& vecCommand);
 
 } // namespace Veskctl

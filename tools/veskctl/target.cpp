@@ -6,6 +6,7 @@
 #include "command.hpp"
 #include "output.hpp"
 #include "progress.hpp"
+#include "refusals.hpp"
 #include "shielded.hpp"
 #include "unit_state.hpp"
 
@@ -56,7 +57,7 @@ Exit SetRun(const Call& call)
     }
     const std::string strTarget = KnownTarget(call.vecOperands[0], result);
     if (!strTarget.empty() && !VESKSystemdDefaultTargetSet(strTarget)) {
-        Complain(strTarget + ": it could not be made the default; the system log tells why");
+        Complain(strTarget + ": it could not be made the default" + WhyFrom(LastRefusal()));
         result = Exit::Failed;
     }
     return result;
@@ -84,21 +85,26 @@ Exit CarriesRun(const Call& call)
     return Exit::Done;
 }
 
-/** Runs the command while the system is isolated; false also when it was interrupted before that. */
+/** Runs the command while the system is isolated, unless interrupted before that. Tells what went wrong. */
 bool IsolatedRun(const std::string& strTarget, const Texts& vecCommand)
 {
+    bool blBegun = false;
+    bool blRun = false;
     Progress progress("isolating to " + strTarget);
-    return _VESKSystemdIsolateTargetAction(strTarget, [&] {
-        if (IsInterrupted()) {
-            return false;
-        }
-        const int nExit = CommandRun(vecCommand);
+    const bool blDone = _VESKSystemdIsolateTargetAction(strTarget, [&] {
+        blBegun = true;
+        progress.Now("");
+        blRun = !IsInterrupted() && CommandDone(vecCommand);
         progress.Now("isolating to default.target");
-        if (nExit != 0) {
-            Complain(vecCommand[0] + " ended with " + std::to_string(nExit));
-        }
-        return nExit == 0;
+        return blRun;
     });
+    if (!blBegun) {
+        Complain("the command was not run, since the system could not be isolated to " + strTarget +
+                 WhyFrom(RefusalOf(strTarget)));
+    } else if (blRun && !blDone) {
+        Complain("the system could not come back to default.target" + WhyFrom(RefusalOf("default.target")));
+    }
+    return blDone;
 }
 
 Exit RunRun(const Call& call)
@@ -115,7 +121,9 @@ Exit RunRun(const Call& call)
         if (IsolatedRun(strTarget, call.vecCommand)) {
             return Exit::Done;
         }
-        Complain(IsInterrupted() ? "interrupted" : strTarget + ": the command was not run, or failed");
+        if (IsInterrupted()) {
+            Complain("interrupted");
+        }
         return Exit::Failed;
     });
 }

@@ -5,6 +5,7 @@
 #include "command.hpp"
 #include "output.hpp"
 #include "progress.hpp"
+#include "refusals.hpp"
 #include "uninstall.hpp"
 #include "unit_state.hpp"
 
@@ -109,7 +110,7 @@ Exit DaemonReload(const Call&)
     if (WithProgress("daemon-reload", VESKSystemdDaemonReload)) {
         return Exit::Done;
     }
-    Complain("daemon-reload failed; 'systemctl status' tells whether the manager answers");
+    Complain("daemon-reload failed" + WhyFrom(LastRefusal()));
     return Exit::Failed;
 }
 

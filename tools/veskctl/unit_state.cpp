@@ -6,6 +6,7 @@
 
 #include "core/reason_folder.hpp"
 #include "output.hpp"
+#include "refusals.hpp"
 
 using namespace VESK::Systemd;
 
@@ -83,13 +84,18 @@ UnitState UnitStateGet(const std::string& strUnit)
             mapProperties["SubState"], ReasonOf(mapProperties)};
 }
 
-std::string Described(const UnitState& state)
+std::string Described(const UnitState& state, const std::string& strRefusal)
 {
+    const bool blLoaded = state.strLoad == "loaded";
+    if (!blLoaded && !strRefusal.empty()) {
+        return strRefusal;
+    }
     if (state.strLoad.empty()) {
         return "systemctl did not answer";
     }
-    const std::string strState = state.strLoad == "loaded" ? state.strActive : state.strLoad;
-    return strState + (state.strReason.empty() ? "" : " (" + state.strReason + ")");
+    const std::string strState = (blLoaded ? state.strActive : state.strLoad) +
+                                 (state.strReason.empty() ? "" : " (" + state.strReason + ")");
+    return strRefusal.empty() ? strState : strState + ": " + strRefusal;
 }
 
 Texts ReasonsOf(const std::string& strUnit)
@@ -106,12 +112,13 @@ Exit UnitsFailed(const std::string& strWhat, const Texts& vecFailed)
 {
     bool blAllMissing = !vecFailed.empty();
     for (const std::string& strUnit : vecFailed) {
+        const std::string strRefusal = RefusalOf(strUnit);
         const UnitState state = UnitStateGet(strUnit);
-        Complain(strUnit + ": " + strWhat + " failed: " + Described(state));
+        Complain(strUnit + ": " + strWhat + " failed: " + Described(state, strRefusal));
         blAllMissing = blAllMissing && state.strLoad == "not-found";
     }
     if (vecFailed.empty()) {
-        Complain(strWhat + " failed; systemctl named no unit, the system log tells more");
+        Complain(strWhat + " failed" + WhyFrom(LastRefusal()));
     }
     return blAllMissing ? Exit::NotFound : Exit::Failed;
 }

@@ -29,8 +29,8 @@ struct UnitState {
 
 UnitState UnitStateGet(const std::string& strUnit);
 
-/** "failed (exit-code, status 3)" or the like. */
-std::string Described(const UnitState& state);
+/** "failed (exit-code, status 3): SENTENCE" or the like, with what systemctl said when it refused the unit. */
+std::string Described(const UnitState& state, const std::string& strRefusal);
 
 /** The reasons that hold a service; none for other units. */
 Texts ReasonsOf(const std::string& strUnit);

@@ -6,10 +6,12 @@
 
 #include <vesksystemd.hpp>
 
+#include "core/paths.hpp"
 #include "core/pause.hpp"
 #include "mount_table.hpp"
 #include "output.hpp"
 #include "progress.hpp"
+#include "refusals.hpp"
 #include "shielded.hpp"
 #include "unit_state.hpp"
 #include "volume_plan.hpp"
@@ -92,8 +94,8 @@ bool IsAllBack(const Texts& vecBefore)
 {
     const std::vector<UnitState> vecStates = NotActive(vecBefore);
     for (const UnitState& state : vecStates) {
-        Complain(state.strUnit + ": was active before and is now " + Described(state) +
-                 "; see: journalctl -u " + state.strUnit);
+        Complain(state.strUnit + ": was active before and is now " +
+                 Described(state, RefusalOf(state.strUnit)) + "; see: journalctl -u " + state.strUnit);
     }
     return vecStates.empty();
 }
@@ -150,22 +152,28 @@ bool Act(const Call& call, const Texts& vecVolumes)
     if (call.vecCommand.empty()) {
         return std::all_of(vecVolumes.begin(), vecVolumes.end(), Unmount);
     }
-    const int nExit = CommandRun(call.vecCommand);
-    if (nExit != 0) {
-        Complain(call.vecCommand[0] + " ended with " + std::to_string(nExit));
-    }
-    return nExit == 0;
+    return CommandDone(call.vecCommand);
 }
 
+/** The action between the stop and the start of the units. Tells what went wrong. */
 bool ActionRun(const Call& call, const Texts& vecVolumes)
 {
+    bool blBegun = false;
+    bool blActed = false;
     Progress progress("stopping the units that use " + Joined(vecVolumes));
-    return _VESKSystemdVolumeUnmountAction(vecVolumes, [&] {
+    const bool blDone = _VESKSystemdVolumeUnmountAction(vecVolumes, [&] {
         progress.Now("");
-        const bool blDone = Act(call, vecVolumes);
+        blBegun = true;
+        blActed = Act(call, vecVolumes);
         progress.Now("starting the units again");
-        return blDone;
+        return blActed;
     });
+    if (!blBegun) {
+        Complain("nothing was done with " + Joined(vecVolumes) + WhyFrom(RefusalOf(kUnmountBeginTarget)));
+    } else if (blActed && !blDone) {
+        Complain("not all units could be started again" + WhyFrom(RefusalOf(kUnmountEndTarget)));
+    }
+    return blDone;
 }
 
 /** All from the recovery of what others have left to the comparison of what is active. */
@@ -190,8 +198,6 @@ Exit WholeRun(const Call& call, const Texts& vecVolumes)
     ActiveNoteRemove();
     if (IsInterrupted()) {
         Complain("interrupted");
-    } else if (!blDone) {
-        Complain("not done: " + Joined(vecVolumes) + "; the system log tells more");
     }
     return blDone && blBack ? Exit::Done : Exit::Failed;
 }

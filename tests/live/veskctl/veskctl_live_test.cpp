@@ -58,8 +58,8 @@ TEST_F(VeskctlLive, RecoversFromAnActionThatWasKilled)
     ASSERT_TRUE(AwaitActiveState("inside.service", "inactive"));
     ASSERT_TRUE(Eventually([] { return RunCommand({"/usr/bin/pgrep", "-x", "sleep"}).exitCode == 0; }));
     RunCommand({"/usr/bin/pkill", "-KILL", "-x", "veskctl"});
-    action.Wait();
     RunCommand({"/usr/bin/pkill", "-KILL", "-x", "sleep"});
+    action.Wait();
     EXPECT_EQ(ActiveState("inside.service"), "inactive");
 
     const Outcome outcome = Veskctl("volume recover");
@@ -84,9 +84,18 @@ TEST_F(VeskctlLive, TellsWhyAUnitFailed)
 {
     AddUnit("bad.service", FailingService(3));
 
-    EXPECT_THAT(Veskctl("start bad").output,
-                HasSubstr("veskctl: bad: start failed: failed (exit-code, status 3)"));
-    EXPECT_EQ(Veskctl("start nothing").exitCode, 3);
+    EXPECT_THAT(
+        Veskctl("start bad").output,
+        HasSubstr("veskctl: bad: start failed: failed (exit-code, status 3): Job for bad.service failed "
+                  "because the control process exited with error code."));
+    const Outcome missing = Veskctl("start nothing");
+    EXPECT_EQ(missing.exitCode, 3);
+    EXPECT_EQ(missing.output,
+              "veskctl: nothing: start failed: Failed to start nothing.service: Unit nothing.service "
+              "not found.\n");
+    Veskctl("mask inside");
+    EXPECT_EQ(Veskctl("restart inside").output, "veskctl: inside: restart failed: Failed to restart "
+                                                "inside.service: Unit inside.service is masked.\n");
     EXPECT_THAT(Veskctl("status bad").output, HasSubstr("exit-code, status 3"));
 }
 

@@ -90,12 +90,16 @@ TEST(VeskctlActions, TellWhichUnitsFailedAndWhy)
 {
     ScriptedSystemctl systemctl;
     systemctl.On({"start", "foo", "bar"})
-        .Stderr("Job for bar.service failed because the control process exited with error code.\n")
+        .Stderr("Job for bar.service failed because the control process exited with error code.\n"
+                "See \"systemctl status bar.service\" and \"journalctl -xeu bar.service\" for details.\n")
         .Exit(1);
     systemctl.On(StateQuestion("bar.service")).Stdout(StateAnswer("failed", "failed", "exit-code", 3));
 
-    EXPECT_EQ(Veskctl("start foo bar"),
-              (Use{1, "foo: started\n", "veskctl: bar: start failed: failed (exit-code, status 3)\n"}));
+    EXPECT_EQ(
+        Veskctl("start foo bar"),
+        (Use{1, "foo: started\n",
+             "veskctl: bar: start failed: failed (exit-code, status 3): Job for bar.service failed because "
+             "the control process exited with error code.\n"}));
 }
 
 TEST(VeskctlActions, ExitWithThreeWhenThereIsNoSuchUnit)
@@ -107,7 +111,65 @@ TEST(VeskctlActions, ExitWithThreeWhenThereIsNoSuchUnit)
     systemctl.On(StateQuestion("foo.service")).Stdout(NotFoundAnswer("foo.service"));
 
     EXPECT_EQ(Veskctl("stop foo"),
-              (Use{3, "", "veskctl: foo: stop failed: not-found (Unit foo.service not found.)\n"}));
+              (Use{3, "",
+                   "veskctl: foo: stop failed: Failed to stop foo.service: Unit foo.service not loaded.\n"}));
+}
+
+TEST(VeskctlActions, TellSystemctlsReasonForEachUnitThatFailed)
+{
+    ScriptedSystemctl systemctl;
+    systemctl.On({"start", "foo", "dep", "far"})
+        .Stderr("Failed to start far.service: Unit far.service is masked.\n"
+                "A dependency job for dep.service failed. See 'journalctl -xe' for details.\n")
+        .Exit(1);
+    systemctl.On(StateQuestion("dep.service")).Stdout(StateAnswer("inactive", "dead"));
+    systemctl.On(StateQuestion("far.service")).Stdout("LoadState=masked\nActiveState=inactive\n");
+
+    EXPECT_EQ(
+        Veskctl("start foo dep far").err,
+        "veskctl: far: start failed: Failed to start far.service: Unit far.service is masked.\n"
+        "veskctl: dep: start failed: inactive: A dependency job for dep.service failed. See 'journalctl "
+        "-xe' for details.\n");
+}
+
+TEST(VeskctlActions, TellSystemctlsReasonThatSpeaksOfAnotherUnit)
+{
+    ScriptedSystemctl systemctl;
+    systemctl.On({"enable", "foo", "nothing"})
+        .Stderr("Failed to enable unit: Unit file nothing.service does not exist.\n")
+        .Exit(1);
+    systemctl.On(StateQuestion("foo.service")).Stdout(StateAnswer("active", "running"));
+    systemctl.On(StateQuestion("nothing.service")).Stdout(NotFoundAnswer("nothing.service"));
+
+    EXPECT_EQ(
+        Veskctl("enable foo nothing"),
+        (Use{1, "",
+             "veskctl: foo: enable failed: active: Failed to enable unit: Unit file nothing.service does "
+             "not exist.\n"
+             "veskctl: nothing: enable failed: Failed to enable unit: Unit file nothing.service does not "
+             "exist.\n"}));
+}
+
+TEST(VeskctlActions, TellSystemctlsReasonThatNamesNoUnit)
+{
+    const char* kReason = "Failed to connect to bus: Connection refused";
+    ScriptedSystemctl systemctl;
+    systemctl.OnLeading({"list-jobs"}).Stdout("242 foo.service start running\n").Exit(1);
+    systemctl.On({"start", "foo"}).Stderr(std::string(kReason) + "\n").Exit(1);
+    systemctl.On({"daemon-reload"}).Stderr(std::string(kReason) + "\n").Exit(1);
+
+    EXPECT_EQ(Veskctl("start foo"), (Use{1, "", std::string("veskctl: start failed: ") + kReason + "\n"}));
+    EXPECT_EQ(Veskctl("daemon-reload"),
+              (Use{1, "", std::string("veskctl: daemon-reload failed: ") + kReason + "\n"}));
+}
+
+TEST(VeskctlActions, TellTheStateAloneWhenSystemctlSaysNothing)
+{
+    ScriptedSystemctl systemctl;
+    systemctl.On({"enable", "foo"}).Exit(1);
+    systemctl.On(StateQuestion("foo.service")).Stdout(StateAnswer("active", "running"));
+
+    EXPECT_EQ(Veskctl("enable foo"), (Use{1, "", "veskctl: foo: enable failed: active\n"}));
 }
 
 TEST(VeskctlActions, TellASystemctlThatDoesNotAnswer)
@@ -116,7 +178,8 @@ TEST(VeskctlActions, TellASystemctlThatDoesNotAnswer)
     systemctl.Remove();
 
     EXPECT_EQ(Veskctl("stop foo"), (Use{1, "", "veskctl: foo: stop failed: systemctl did not answer\n"}));
-    EXPECT_EQ(Veskctl("daemon-reload").exitCode, 1);
+    EXPECT_EQ(Veskctl("daemon-reload"),
+              (Use{1, "", "veskctl: daemon-reload failed; the system log tells why\n"}));
 }
 
 class VeskctlHeld : public ::testing::TestWithParam<const char*>

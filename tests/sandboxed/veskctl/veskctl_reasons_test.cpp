@@ -79,7 +79,8 @@ TEST(VeskctlReason, TellsAServiceThatDoesNotStop)
     systemctl.On({"stop", "foo"}).Stderr("Job for foo.service canceled.\n").Exit(1);
     systemctl.On(StateQuestion("foo.service")).Stdout(StateAnswer("active", "running"));
 
-    EXPECT_EQ(Veskctl("reason stop backup foo"), (Use{1, "", "veskctl: foo: stop failed: active\n"}));
+    EXPECT_EQ(Veskctl("reason stop backup foo"),
+              (Use{1, "", "veskctl: foo: stop failed: active: Job for foo.service canceled.\n"}));
 }
 
 } // namespace

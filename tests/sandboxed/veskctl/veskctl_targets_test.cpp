@@ -83,6 +83,35 @@ TEST(VeskctlTarget, RunsACommandInATargetAndComesBack)
     EXPECT_THAT(systemctl.Arguments(), Contains("isolate default.target"));
 }
 
+TEST(VeskctlTarget, TellsSystemctlsReasonWhenItRefuses)
+{
+    const std::string refusal = "Failed to start rescue.target: Operation refused, unit may not be isolated.";
+    Isolating systemctl;
+    systemctl.OnLeading({"isolate"}).Stderr(refusal + "\n").Exit(4);
+    systemctl.OnLeading({"set-default"}).Stderr("Failed to set default target: File exists\n").Exit(1);
+
+    EXPECT_EQ(Veskctl("isolate rescue"),
+              (Use{1, "", "veskctl: rescue.target: isolate failed: inactive: " + refusal + "\n"}));
+    EXPECT_THAT(
+        Veskctl("target run rescue -- echo here"),
+        (Use{1, "",
+             "veskctl: the command was not run, since the system could not be isolated to rescue.target: " +
+                 refusal + "\n"}));
+    EXPECT_EQ(Veskctl("target set rescue"), (Use{1, "",
+                                                 "veskctl: rescue.target: it could not be made the default: "
+                                                 "Failed to set default target: File exists\n"}));
+}
+
+TEST(VeskctlTarget, TellsACommandThatCannotBeRun)
+{
+    Isolating systemctl;
+
+    EXPECT_EQ(
+        Veskctl("target run rescue -- /nowhere/frob"),
+        (Use{1, "",
+             "veskctl: /nowhere/frob: No such file or directory\nveskctl: /nowhere/frob ended with 127\n"}));
+}
+
 TEST(VeskctlTarget, TellsACommandThatFailsAndComesBackAllTheSame)
 {
     Isolating systemctl;

@@ -268,6 +268,47 @@ TEST_F(VeskctlVolume, UnmountNamesWhatIsNotActiveAgain)
     EXPECT_FALSE(IsMounted());
 }
 
+TEST_F(VeskctlVolume, UnmountTellsSystemctlsReasonForWhatItCouldNotStart)
+{
+    systemctl.On(kListActive).Stdout("need.service loaded active running Need\n").Then().Stdout("");
+    systemctl.On(StateQuestion("need.service")).Stdout(StateAnswer("inactive", "dead"));
+    systemctl.On({"start", "need.service"})
+        .Stderr("A dependency job for need.service failed. See 'journalctl -xe' for details.\n")
+        .Exit(1);
+
+    const Use use = Veskctl("volume unmount /volume1");
+
+    EXPECT_EQ(use.exitCode, 1);
+    EXPECT_EQ(
+        use.err,
+        "veskctl: need.service: was active before and is now inactive: A dependency job for need.service "
+        "failed. See 'journalctl -xe' for details.; see: journalctl -u need.service\n");
+}
+
+TEST_F(VeskctlVolume, UnmountTellsWhyItWasNotBegun)
+{
+    WriteUnitFile(UnitFolder::Usr, "dep.service", "[X-Veskline]\nVolumeDependency=all\n");
+    systemctl.On({"start", "--job-mode=replace-irreversibly", "unmount-volume-begin.target"})
+        .Stderr("Job for unmount-volume-begin.target canceled.\n")
+        .Exit(1);
+
+    EXPECT_EQ(Veskctl("volume unmount /volume1").err,
+              "veskctl: nothing was done with /volume1: Job for unmount-volume-begin.target canceled.\n");
+    EXPECT_TRUE(IsMounted());
+}
+
+TEST_F(VeskctlVolume, UnmountTellsWhenTheUnitsCouldNotBeStartedAgain)
+{
+    WriteUnitFile(UnitFolder::Usr, "dep.service", "[X-Veskline]\nVolumeDependency=all\n");
+    systemctl.On({"start", "unmount-volume-end.target"})
+        .Stderr("Job for unmount-volume-end.target canceled.\n")
+        .Exit(1);
+
+    EXPECT_EQ(Veskctl("volume unmount /volume1").err,
+              "veskctl: not all units could be started again: Job for unmount-volume-end.target canceled.\n");
+    EXPECT_FALSE(IsMounted());
+}
+
 TEST_F(VeskctlVolume, UnmountStartsWhatWasStoppedOnlyForNeedingAUser)
 {
     systemctl.On(kListActive).Stdout("need.service loaded active running Need\n").Then().Stdout("");
@@ -301,8 +342,9 @@ TEST_F(VeskctlVolume, UnmountIsNotBegunWhenWhatIsLeftOverDoesNotStart)
     const Use use = Veskctl("volume unmount /volume1");
 
     EXPECT_EQ(use.exitCode, 1);
-    EXPECT_THAT(use.err, HasSubstr("veskctl: bar.service: start failed: failed (exit-code, status 7)\n"
-                                   "veskctl: nothing was begun"));
+    EXPECT_THAT(use.err,
+                HasSubstr("veskctl: bar.service: start failed: failed (exit-code, status 7): Job for "
+                          "bar.service failed.\nveskctl: nothing was begun"));
     EXPECT_TRUE(IsMounted());
 }
 
