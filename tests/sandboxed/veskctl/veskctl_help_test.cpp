@@ -74,6 +74,15 @@ Words Lines(const std::string& text)
     return lines;
 }
 
+std::string Joined(const Words& lines)
+{
+    std::string text;
+    for (const std::string& line : lines) {
+        text += line + "\n";
+    }
+    return text;
+}
+
 // The shells find it by its name.
 Words InShell(const std::string& command)
 {
@@ -174,11 +183,31 @@ TEST(VeskctlCompletion, WorksInZsh)
     if (!Exists("/usr/bin/zsh")) {
         GTEST_SKIP() << "there is no zsh";
     }
-    const Words found = InShell(
-        "exec zsh -fc 'words=(veskctl reason \"\"); CURRENT=3; _describe() { print -l -- ${(P)2} }; . " +
-        std::string(VESKCTL_COMPLETION) + "/_veskctl'");
+    ScriptedSystemctl systemctl;
+    systemctl.OnLeading({"list-unit-files"}).Stdout("foo.service enabled\nbar@a.service static\n");
+    systemctl.OnLeading({"list-jobs"}).Exit(1);
+    systemctl.On({"stop", "bar@a.service"});
+    // Types at a zsh that has the functions of completion loaded, and waits for what is then on its terminal.
+    WriteText("/tmp/at-terminal",
+              "zmodload zsh/zpty\n"
+              "zpty z zsh -f\n"
+              "zpty -w z 'PS1=; fpath=(" +
+                  std::string(VESKCTL_COMPLETION) +
+                  " $fpath); autoload -Uz compinit; compinit -u -d /tmp/zcompdump; print load\\ed'\n"
+                  "zpty -r z found '*loaded*'\n"
+                  "zpty -w -n z $'veskctl reason \\t'\n"
+                  "zpty -r z found '*which services are held*'\n"
+                  "print -r -- \"$found\"\n"
+                  "zpty -w -n z $'\\C-uveskctl stop ba\\t\\n'\n"
+                  "zpty -r z found '*: stopped*'\n"
+                  "print -r -- \"$found\"\n");
 
-    EXPECT_THAT(found, AllOf(Contains("stop:stop services and record why"), Contains(StartsWith("list:"))));
+    const std::string screen = Joined(InShell("TERM=xterm timeout 60 zsh -f /tmp/at-terminal"));
+
+    EXPECT_THAT(screen, HasSubstr("stop    -- stop services and record why"));
+    EXPECT_THAT(screen, HasSubstr("remove  -- clear a reason and start nothing"));
+    EXPECT_THAT(screen, HasSubstr("bar@a.service: stopped"));
+    EXPECT_THAT(systemctl.Arguments(), Contains("stop bar@a.service"));
 }
 
 TEST(VeskctlCompletion, WorksInFish)
