@@ -63,15 +63,6 @@ TEST_P(OneList, TakesNamesUpToTheirFirstZeroByte)
     });
 }
 
-TEST_P(OneList, RefusesAUnitWhoseNameIsNothingButZeroBytes)
-{
-    if (GetParam().one == nullptr) {
-        GTEST_SKIP() << "the family has no such function";
-    }
-    EXPECT_FALSE(GetParam().one(std::string(16, '\0')));
-    EXPECT_TRUE(m_ground.Refused(GetParam().fileOfForms, "!strUnit.empty()"));
-}
-
 INSTANTIATE_TEST_SUITE_P(Every, OneList, ::testing::ValuesIn(RowsWhere([](const ActionRow& row) {
                              return row.list != nullptr || row.withOptions != nullptr;
                          })),

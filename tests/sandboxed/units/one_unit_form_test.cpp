@@ -68,6 +68,12 @@ TEST_P(OneUnitForm, RefusesAnEmptyNameAndRunsNothing)
     EXPECT_TRUE(m_ground.Refused(GetParam().fileOfForms, "!strUnit.empty()"));
 }
 
+TEST_P(OneUnitForm, RefusesANameOfNothingButZeroBytes)
+{
+    EXPECT_FALSE(GetParam().one(std::string(16, '\0')));
+    EXPECT_TRUE(m_ground.Refused(GetParam().fileOfForms, "!strUnit.empty()"));
+}
+
 TEST_P(OneUnitForm, RefusesAnEmptyNameFromC)
 {
     EXPECT_EQ(GetParam().cOne(""), 0);
