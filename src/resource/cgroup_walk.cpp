@@ -11,20 +11,19 @@ namespace VESK::Systemd
 namespace
 {
 
-/** Whether there is nothing to be found, since what was to be searched is gone. */
-bool IsGone(int nError)
-{
-    return nError == ENOENT || nError == ENODEV;
-}
-
 /** Appends what is in a folder; false when that is not all. */
 bool EntriesAppend(const std::string& strFolder, Texts& vecEntries)
 {
     const int nError = VisibleEntriesAppend(strFolder, vecEntries);
-    return nError == 0 || IsGone(nError);
+    return nError == 0 || IsNoGroup(nError);
 }
 
 } // namespace
+
+bool IsNoGroup(int nError)
+{
+    return nError == ENOENT || nError == ENODEV || nError == ENAMETOOLONG;
+}
 
 bool CgroupsBelow(const std::string& strFolder, const std::function<void(const std::string& strGroup)>& visit)
 {
@@ -37,7 +36,7 @@ bool CgroupsBelow(const std::string& strFolder, const std::function<void(const s
         errno = 0;
         // A symbolic link is no group, and following it might never end.
         if (!IsOwnDirectory(strEntry)) {
-            blSearched = blSearched && (errno == 0 || IsGone(errno));
+            blSearched = blSearched && (errno == 0 || IsNoGroup(errno));
             continue;
         }
         visit(strEntry);

@@ -41,7 +41,7 @@ bool HoldsText(const std::string& strPath)
     const UniqueFd fd(open(strPath.c_str(), O_RDONLY | O_CLOEXEC));
     char cFirst = 0;
     const ssize_t cbRead = fd.IsOpen() ? ReadSome(fd.Get(), &cFirst, sizeof cFirst) : -1;
-    if (cbRead < 0 && errno != ENOENT && errno != ENODEV && errno != EOPNOTSUPP) {
+    if (cbRead < 0 && !IsNoGroup(errno) && errno != EOPNOTSUPP) {
         throw std::system_error(errno, std::generic_category(), strPath);
     }
     return cbRead > 0;

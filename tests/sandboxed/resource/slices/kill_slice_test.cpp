@@ -156,6 +156,17 @@ TEST_F(KillSlice, SkipsASliceThatDoesNotExist)
     ExpectCalls({});
 }
 
+TEST_F(KillSlice, SkipsASliceThatNoGroupCanBeCalled)
+{
+    for (const std::size_t length : {256UL, 10000UL}) {
+        const std::string slice(length, 'x');
+        EXPECT_TRUE(VESKSystemdKillSlice(slice));
+        ExpectLog({{InfoLine("There is no alive process in [" + slice + "], skip kill slice")}});
+    }
+    ExpectCalls({});
+    EXPECT_EQ(spy.Seconds(), 0);
+}
+
 TEST_F(KillSlice, SkipsASliceThatLivesInTheMonitorsHierarchyOnly)
 {
     WriteText(InMonitor("a.slice/cgroup.procs"), "7\n");
