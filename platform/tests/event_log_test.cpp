@@ -4,7 +4,7 @@
 #include <gmock/gmock.h>
 #include <sstream>
 #include <string>
-#include <sys/resource.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -106,15 +106,19 @@ TEST(EventLog, BeginsANewLineAfterATornOne)
 
 TEST(EventLog, TellsThatALineWasTornAndLosesNoOther)
 {
-    Entry("m", "0001", "before");
-    const rlimit some{ReadText(kLog).size() + 10, RLIM_INFINITY};
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &some), 0);
+    // A disk of two pages, of which one and all but ten bytes of the other are taken.
+    constexpr std::size_t kPage = 4096;
+    MakeFolder("/var/log/vesk");
+    ASSERT_EQ(mount("disk", "/var/log/vesk", "tmpfs", 0, "size=8192"), 0);
+    WriteText("/var/log/vesk/other", std::string(kPage, 'o'));
+    WriteText(kLog, std::string(kPage - 11, 'l') + "\n");
     const Result result = RunProgram({kProgram, "m", "0001", "cut"}, "rB");
-    const rlimit all{RLIM_INFINITY, RLIM_INFINITY};
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &all), 0);
     EXPECT_EQ(result.status, ExitStatus(1));
     EXPECT_EQ(result.output, "vesklogset: cannot write /var/log/vesk/event.log: No space left on device\n");
+    EXPECT_EQ(ReadText(kLog).size(), kPage);
+    RemoveAll("/var/log/vesk/other");
     EXPECT_THAT(Entry("m", "0001", "after"), MatchesRegex("\n" + kTime + " m 0001 started: after\n"));
+    EXPECT_EQ(umount2("/var/log/vesk", MNT_DETACH), 0);
 }
 
 TEST(EventLog, FollowsNoLinkAndWaitsForNoPipe)
