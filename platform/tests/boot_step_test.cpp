@@ -14,7 +14,7 @@ constexpr const char* kFile = "/run/veskbootseq/step";
 
 TEST(BootStep, IsTheNumberInItsFile)
 {
-    for (const int step : {0, 1, 5, 1000000, 2147483647}) {
+    for (const int step : {0, 1, 5, 9, 1000000, 2147483647}) {
         SetBootStep(step);
         EXPECT_EQ(VESKSystemGetBootStep(), step);
     }

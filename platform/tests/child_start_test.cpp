@@ -9,7 +9,9 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 #include <veskcore.h>
 
@@ -17,6 +19,7 @@
 #include "descriptors.hpp"
 #include "files.hpp"
 #include "run_program.hpp"
+#include "system_call_filter.hpp"
 #include "systemctl_script.hpp"
 
 // What a child is started with, and what a start that fails leaves behind.
@@ -311,6 +314,37 @@ TEST_F(ChildStart, FailsCleanlyWithoutFreeDescriptors)
                   return isRefused && TakeAllDescriptors() == 0 ? 0 : 1;
               }),
               Exited(0));
+}
+
+long PagesMapped()
+{
+    return std::stol(ReadText("/proc/self/statm"));
+}
+
+TEST_F(ChildStart, KeepsNoMemoryMapped)
+{
+    constexpr long kStarts = 100;
+    EXPECT_TRUE(RunProgram({"/bin/true"}).started);
+    const long before = PagesMapped();
+    for (long start = 0; start < kStarts; ++start) {
+        EXPECT_TRUE(RunProgram({"/bin/true"}).started);
+    }
+    EXPECT_LT(PagesMapped() - before, kStarts) << "not a page for each";
+}
+
+TEST_F(ChildStart, TellsWhatIsUsedUpFromOtherFailures)
+{
+    const std::pair<int, const char*> failures[] = {
+        {EAGAIN, "0x0400"}, {EMFILE, "0x0400"}, {ENFILE, "0x0400"}, {ENOMEM, "0x0400"}, {EPERM, "0x0300"}};
+    for (const auto& [error, code] : failures) {
+        EXPECT_EQ(RunInChild([error = error, code = code] {
+                      FailSystemCall(SYS_clone, error);
+                      const bool isRefused = OpenProgram({"/bin/true"}) == nullptr && errno == error;
+                      return isRefused && ErrorRecord() == std::string(code) + " children.cpp" ? 0 : 1;
+                  }),
+                  Exited(0))
+            << error;
+    }
 }
 
 TEST_F(ChildStart, LeavesNothingBehindHoweverFewDescriptorsAreFree)

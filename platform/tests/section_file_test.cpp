@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 #include <veskcore.h>
 
@@ -191,16 +192,19 @@ TEST_F(SectionWriter, KeepsModeAndOwner)
     if (!CanBecomeOtherUsers()) {
         GTEST_SKIP() << "this sandbox knows one user only";
     }
-    WriteText(kPath, "[X]\n");
-    ASSERT_EQ(chown(kPath.c_str(), 123, 456), 0);
-    ASSERT_EQ(chmod(kPath.c_str(), 06640), 0);
-    EXPECT_EQ(Add(), 0);
-    struct stat status {
-    };
-    ASSERT_EQ(stat(kPath.c_str(), &status), 0);
-    EXPECT_EQ(status.st_uid, 123U);
-    EXPECT_EQ(status.st_gid, 456U);
-    EXPECT_EQ(Mode(kPath), 0640U) << "the permission bits and no more";
+    const std::pair<uid_t, gid_t> owners[] = {{123, 456}, {123, 0}, {0, 456}};
+    for (const auto& [user, group] : owners) {
+        WriteText(kPath, "[X]\n");
+        ASSERT_EQ(chown(kPath.c_str(), user, group), 0);
+        ASSERT_EQ(chmod(kPath.c_str(), 06640), 0);
+        EXPECT_EQ(Add(), 0);
+        struct stat status {
+        };
+        ASSERT_EQ(stat(kPath.c_str(), &status), 0);
+        EXPECT_EQ(status.st_uid, user);
+        EXPECT_EQ(status.st_gid, group);
+        EXPECT_EQ(Mode(kPath), 0640U) << "the permission bits and no more";
+    }
 }
 
 TEST_F(SectionWriter, ReplacesTheFileBehindALink)

@@ -1,10 +1,29 @@
 // The library's pauses, which the spies of the sandboxed tests stand in for.
 
 #include <chrono>
+#include <ctime>
 #include <gtest/gtest.h>
 
 #include "core/pause.hpp"
+#include "next_function.hpp"
 #include "signal_storm.hpp"
+
+namespace
+{
+
+// When the rest of a pause is to end, and when that was asked for.
+std::chrono::nanoseconds g_restEnd;
+std::chrono::steady_clock::time_point g_restAsked;
+
+} // namespace
+
+extern "C" int clock_nanosleep(clockid_t clock, int flags, const timespec* until, timespec* left)
+{
+    static const auto next = VeskTest::NextFunction<decltype(clock_nanosleep)>("clock_nanosleep");
+    g_restEnd = std::chrono::seconds(until->tv_sec) + std::chrono::nanoseconds(until->tv_nsec);
+    g_restAsked = std::chrono::steady_clock::now();
+    return next(clock, flags, until, left);
+}
 
 namespace VeskTest
 {
@@ -55,6 +74,15 @@ TEST_P(Pause, LastsItsWholeTimeThoughASignalInterruptsItShortlyBeforeItsEnd)
     const SignalStorm late(GetParam().length * 4 / 5);
     ExpectWhole();
     EXPECT_GT(SignalStorm::Count(), 0);
+}
+
+TEST_P(Pause, LastsNoLongerWhenASignalInterruptsIt)
+{
+    const auto begin = steady_clock::now();
+    const SignalStorm storm;
+    GetParam().pause();
+    EXPECT_GE(g_restEnd, (begin + GetParam().length).time_since_epoch());
+    EXPECT_LE(g_restEnd, (g_restAsked + GetParam().length).time_since_epoch());
 }
 
 INSTANTIATE_TEST_SUITE_P(, Pause,
