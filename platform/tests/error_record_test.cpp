@@ -1,4 +1,5 @@
 #include <climits>
+#include <cstddef>
 #include <gmock/gmock.h>
 #include <string>
 #include <thread>
@@ -54,7 +55,7 @@ TEST(ErrorRecord, TakesNullAsAnEmptyFileName)
 
 TEST(ErrorRecord, CutsAFileNameThatNoFileCanHave)
 {
-    VLIBCErrSetEx(1, std::string(2 * PATH_MAX, 'f').c_str(), 2);
+    VLIBCErrSetEx(1, std::string(std::size_t{2} * PATH_MAX, 'f').c_str(), 2);
     EXPECT_EQ(std::string(VLIBCErrorGetFile()), std::string(PATH_MAX - 1, 'f'));
 }
 
