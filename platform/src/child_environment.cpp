@@ -47,6 +47,7 @@ constexpr std::string_view kWithheld[] = {
 
 /** Enough for any pause between two changes, and an end for a caller that changes without pause. */
 constexpr int kMostCopies = 1000;
+constexpr std::size_t kPage = 4096;
 
 bool Matches(std::string_view name, std::string_view pattern)
 {
@@ -63,25 +64,54 @@ bool Matches(std::string_view name, std::string_view pattern)
  */
 ssize_t ReadMemory(const void* from, void* to, std::size_t size)
 {
-    constexpr std::size_t kPage = 4096;
     const std::size_t left = kPage - reinterpret_cast<std::uintptr_t>(from) % kPage;
     const iovec local{to, std::min(size, left)};
     const iovec remote{const_cast<void*>(from), local.iov_len};
     return process_vm_readv(getpid(), &local, 1, &remote, 1, 0);
 }
 
-bool IsWithheld(const char* variable)
+/** Reads the beginnings of variables. Most lie side by side, so each page is read once for all that begin on it. */
+class VariableReader
 {
-    // Longer than the names that are withheld. The text goes on where its page ends.
-    std::array<char, 32> begin{};
-    const ssize_t size = ReadMemory(variable, begin.data(), begin.size());
-    if (size < 0) {
-        std::string_view(variable).copy(begin.data(), begin.size());
-    } else if (static_cast<std::size_t>(size) < begin.size()) {
-        ReadMemory(variable + size, begin.data() + size, begin.size() - static_cast<std::size_t>(size));
+public:
+    /** False when there is no memory at its place. */
+    bool IsThere(const char* variable)
+    {
+        const char* const page = variable - reinterpret_cast<std::uintptr_t>(variable) % kPage;
+        if (page != m_page) {
+            m_page = ReadMemory(page, m_text.data(), kPage) == kPage ? page : nullptr;
+        }
+        return m_page != nullptr;
     }
-    const std::string_view text(begin.data(), begin.size());
-    const auto name = text.substr(0, text.find_first_of(std::string_view("=\0", 2)));
+
+    /** At least the name, if it is one that is withheld. */
+    std::string_view Begin(const char* variable)
+    {
+        if (!IsThere(variable)) {
+            return variable;
+        }
+        const std::string_view page(m_text.data(), kPage);
+        const auto begin = page.substr(static_cast<std::size_t>(variable - m_page), m_begin.size());
+        if (begin.size() == m_begin.size()) {
+            return begin;
+        }
+        // The text goes on where its page ends.
+        m_begin = {};
+        begin.copy(m_begin.data(), begin.size());
+        ReadMemory(variable + begin.size(), m_begin.data() + begin.size(), m_begin.size() - begin.size());
+        return {m_begin.data(), m_begin.size()};
+    }
+
+private:
+    const char* m_page = nullptr;
+    std::array<char, kPage> m_text;
+    /** Longer than the names that are withheld. */
+    std::array<char, 32> m_begin;
+};
+
+bool IsWithheld(std::string_view begin)
+{
+    const auto name = begin.substr(0, begin.find_first_of(std::string_view("=\0", 2)));
     return std::any_of(std::begin(kWithheld), std::end(kWithheld),
                        [name](std::string_view pattern) { return Matches(name, pattern); });
 }
@@ -108,21 +138,9 @@ bool Copy(std::vector<char*>& variables)
 /** Whether there is memory at each place: a list that was freed may hold what never was a variable. */
 bool AreThere(const std::vector<char*>& variables)
 {
-    constexpr std::size_t kMostPlaces = 1024;
-    std::array<char, kMostPlaces> firsts{};
-    std::vector<iovec> places;
-    places.reserve(variables.size());
-    for (char* variable : variables) {
-        places.push_back({variable, 1});
-    }
-    for (std::size_t begin = 0; begin < places.size(); begin += kMostPlaces) {
-        const std::size_t count = std::min(kMostPlaces, places.size() - begin);
-        const iovec local{firsts.data(), count};
-        if (process_vm_readv(getpid(), &local, 1, &places[begin], count, 0) != static_cast<ssize_t>(count)) {
-            return false;
-        }
-    }
-    return true;
+    VariableReader reader;
+    return std::all_of(variables.begin(), variables.end(),
+                       [&](const char* variable) { return reader.IsThere(variable); });
 }
 
 /** The list as it stands, for a kernel that reads no memory for others. */
@@ -162,7 +180,9 @@ std::vector<char*> StableCopy()
 ChildEnvironment::ChildEnvironment()
     : m_variables(IsReadByKernel() ? StableCopy() : PlainCopy())
 {
-    m_variables.erase(std::remove_if(m_variables.begin(), m_variables.end(), IsWithheld), m_variables.end());
+    VariableReader reader;
+    const auto isWithheld = [&](const char* variable) { return IsWithheld(reader.Begin(variable)); };
+    m_variables.erase(std::remove_if(m_variables.begin(), m_variables.end(), isWithheld), m_variables.end());
     m_variables.push_back(nullptr);
 }
 
