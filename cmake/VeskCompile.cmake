@@ -51,8 +51,8 @@ function(vesk_compile target)
     target_compile_definitions(${target} PRIVATE
         ${VESK_FORTIFY_C} ${VESK_FORTIFY_CXX} $<$<CONFIG:Debug>:_GLIBCXX_ASSERTIONS>)
     if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-        # Else stat fails for files of 2 GiB and more.
-        target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
+        # Else stat fails for files of 2 GiB and more, and times end in 2038.
+        target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
     endif()
     target_link_options(${target} PRIVATE ${VESK_LINK_HARDENING} ${VESK_INSTRUMENT})
     get_target_property(type ${target} TYPE)

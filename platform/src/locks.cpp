@@ -69,8 +69,9 @@ void SleepUntil(Clock::time_point when)
 {
     const auto nanoseconds =
         std::chrono::duration_cast<std::chrono::nanoseconds>(when.time_since_epoch()).count();
-    constexpr long kSecond = 1000000000;
-    const timespec absolute{nanoseconds / kSecond, nanoseconds % kSecond};
+    constexpr auto kSecond = 1000000000;
+    const timespec absolute{static_cast<time_t>(nanoseconds / kSecond),
+                            static_cast<long>(nanoseconds % kSecond)};
     while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &absolute, nullptr) == EINTR) {
     }
 }

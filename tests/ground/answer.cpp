@@ -21,14 +21,14 @@ constexpr std::size_t kChunk = 65536;
 
 void Write(int descriptor, const Field& step)
 {
-    const std::uint64_t perChunk =
-        std::max<std::uint64_t>(1, kChunk / std::max<std::size_t>(1, step.bytes.size()));
+    const std::size_t perChunk =
+        std::max<std::size_t>(1, kChunk / std::max<std::size_t>(1, step.bytes.size()));
     std::string chunk;
-    for (std::uint64_t copies = 0; copies < std::min(perChunk, step.number); ++copies) {
+    for (std::uint64_t copies = 0; copies < std::min<std::uint64_t>(perChunk, step.number); ++copies) {
         chunk += step.bytes;
     }
     for (std::uint64_t left = step.number; left > 0;) {
-        const std::uint64_t copies = std::min(left, perChunk);
+        const auto copies = static_cast<std::size_t>(std::min<std::uint64_t>(left, perChunk));
         WriteAll(descriptor, chunk.substr(0, copies * step.bytes.size()), "the answer");
         left -= copies;
     }

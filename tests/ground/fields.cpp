@@ -37,11 +37,11 @@ bool TakeField(const std::string& text, std::size_t& position, Field& field)
     std::size_t next = tagEnd + 1;
     std::uint64_t length = 0;
     if (!TakeNumber(text, next, ' ', field.number) || !TakeNumber(text, next, ':', length) ||
-        text.size() - next < length + 1) {
+        text.size() - next <= length) {
         return false;
     }
-    field.bytes = text.substr(next, length);
-    position = next + length + 1;
+    field.bytes = text.substr(next, static_cast<std::size_t>(length));
+    position = next + field.bytes.size() + 1;
     return true;
 }
 

@@ -46,7 +46,7 @@ bool Rule::Matches(const std::vector<std::string>& called) const
 
 const std::vector<Field>& Rule::AnswerTo(std::uint64_t call) const
 {
-    return answers[std::min<std::size_t>(call, answers.size() - 1)];
+    return answers[static_cast<std::size_t>(std::min<std::uint64_t>(call, answers.size() - 1))];
 }
 
 std::vector<Rule> ParseRules(const std::string& text)

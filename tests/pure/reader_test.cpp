@@ -45,7 +45,8 @@ ssize_t getdelim(char** line, size_t* size, int end, FILE* stream)
 
 dirent* readdir(DIR* folder)
 {
-    static const auto real = VeskTest::NextFunction<dirent*(DIR*)>("readdir");
+    static const auto real =
+        VeskTest::NextFunction<dirent*(DIR*)>(VeskTest::WideName("readdir", "readdir64"));
     return StrikesNow(entriesUntilFailure, EIO) ? nullptr : real(folder);
 }
 }

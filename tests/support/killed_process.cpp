@@ -52,14 +52,21 @@ bool IsUnseen(std::uint64_t call)
     switch (call) {
     case SYS_rt_sigaction:
     case SYS_rt_sigprocmask:
+#ifdef SYS_mmap
     case SYS_mmap:
+    case SYS_newfstatat:
+    case SYS_clock_gettime:
+#else
+    // What 32-bit processors call instead.
+    case SYS_mmap2:
+    case SYS_fstatat64:
+    case SYS_clock_gettime64:
+#endif
     case SYS_munmap:
     case SYS_mprotect:
     case SYS_brk:
-    case SYS_newfstatat:
     case SYS_getpid:
     case SYS_gettid:
-    case SYS_clock_gettime:
         return true;
     default:
         return false;

@@ -13,4 +13,10 @@ Function* NextFunction(const char* name)
     return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
+// The name of a function that has another one on 32-bit processors, for files of any size and for times after 2038.
+constexpr const char* WideName(const char* name, const char* wideName)
+{
+    return sizeof(void*) == 4 ? wideName : name;
+}
+
 } // namespace VeskTest

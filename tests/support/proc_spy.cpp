@@ -236,7 +236,8 @@ extern "C" {
 
 [[gnu::visibility("default")]] dirent* readdir(DIR* folder)
 {
-    static const auto real = VeskTest::NextFunction<dirent*(DIR*)>("readdir");
+    static const auto real =
+        VeskTest::NextFunction<dirent*(DIR*)>(VeskTest::WideName("readdir", "readdir64"));
     VeskTest::ProcSpy* spy = VeskTest::currentSpy;
     return spy != nullptr ? spy->Read(folder, [folder] { return real(folder); }) : real(folder);
 }
@@ -257,7 +258,8 @@ extern "C" {
 
 [[gnu::visibility("default")]] int lstat(const char* path, struct stat* status) noexcept
 {
-    static const auto real = VeskTest::NextFunction<int(const char*, struct stat*)>("lstat");
+    static const auto real = VeskTest::NextFunction<int(const char*, struct stat*)>(
+        VeskTest::WideName("lstat", "__lstat64_time64"));
     VeskTest::ProcSpy* spy = VeskTest::currentSpy;
     const bool fails = spy != nullptr && spy->FailsOnce(std::string("lstat ") + path);
     return fails ? -1 : real(path, status);
@@ -276,7 +278,8 @@ extern "C" {
 
 [[gnu::visibility("default")]] int stat(const char* path, struct stat* status) noexcept
 {
-    static const auto real = VeskTest::NextFunction<int(const char*, struct stat*)>("stat");
+    static const auto real =
+        VeskTest::NextFunction<int(const char*, struct stat*)>(VeskTest::WideName("stat", "__stat64_time64"));
     VeskTest::ProcSpy* spy = VeskTest::currentSpy;
     const bool fails = spy != nullptr && spy->FailsOnce(std::string("stat ") + path);
     return fails ? -1 : real(path, status);

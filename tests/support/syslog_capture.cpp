@@ -30,7 +30,7 @@ bool NextDatagram(const std::string& text, std::size_t& position, std::string& d
     if (blank == std::string::npos) {
         return false;
     }
-    const std::size_t length = std::strtoull(text.c_str() + position, nullptr, 10);
+    const auto length = static_cast<std::size_t>(std::strtoull(text.c_str() + position, nullptr, 10));
     if (text.size() - blank < length + 2) {
         return false;
     }

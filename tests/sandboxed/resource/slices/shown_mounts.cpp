@@ -34,7 +34,8 @@ ShownMounts::~ShownMounts()
 // NOLINTBEGIN(readability-inconsistent-declaration-parameter-name): the headers' own names are reserved ones
 extern "C" [[gnu::visibility("default")]] int statfs(const char* path, struct statfs* result) noexcept
 {
-    static const auto real = VeskTest::NextFunction<int(const char*, struct statfs*)>("statfs");
+    static const auto real =
+        VeskTest::NextFunction<int(const char*, struct statfs*)>(VeskTest::WideName("statfs", "statfs64"));
     const int answer = real(path, result);
     const auto shown = VeskTest::Shown().find(path);
     if (answer == 0 && shown != VeskTest::Shown().end()) {
