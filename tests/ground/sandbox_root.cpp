@@ -9,6 +9,7 @@
 
 #include "descriptor.hpp"
 #include "error.hpp"
+#include "fields.hpp"
 #include "mounts.hpp"
 
 namespace VeskGround
@@ -134,13 +135,12 @@ void MountUserRoot()
     Bind(kRoot, kRoot);
 }
 
-// The kernel refuses an overlay over / to a user namespace, since mounts of the host lie below it.
+// The kernel refuses an overlay over / to a user namespace, since mounts of the host lie below it. Only the first
+// namespace has all users.
 bool InUserNamespace()
 {
-    struct stat status {
-    };
-    Require(stat("/", &status), "stat", "/");
-    return status.st_uid != 0;
+    const std::string users = ReadFile("/proc/self/uid_map");
+    return !users.empty() && users.find(" 4294967295\n") == std::string::npos;
 }
 
 void MountRoot()
