@@ -8,9 +8,7 @@
 #include <optional>
 #include <stdexcept>
 #include <unistd.h>
-
-#include <boost/algorithm/string/classification.hpp>
-#include <boost/algorithm/string/split.hpp>
+#include <utility>
 
 #include "core/directory.hpp"
 #include "core/error_record_keeper.hpp"
@@ -118,6 +116,18 @@ std::string EnableStatusChangedMark(const std::string& strName)
     return kEnableStatusChangedDirectory + NormalizedUnitNameGet(strName);
 }
 
+/** What is between the delimiters; pieces may be empty. */
+Texts PiecesOf(const std::string& strText, const std::string& strDelimiters)
+{
+    Texts vecPieces;
+    size_t nBegin = 0;
+    for (size_t nEnd = 0; nEnd != std::string::npos; nBegin = nEnd + 1) {
+        nEnd = strText.find_first_of(strDelimiters, nBegin);
+        vecPieces.push_back(strText.substr(nBegin, nEnd - nBegin));
+    }
+    return vecPieces;
+}
+
 uint32_t JobIdOf(const std::string& strField)
 {
     try {
@@ -191,7 +201,7 @@ bool Split(const std::string& strText, Texts& vecOut, const std::string& strDeli
     try {
         const std::string strTrimmed = Trimmed(strText);
         if (!strTrimmed.empty()) {
-            boost::algorithm::split(vecOut, strTrimmed, boost::algorithm::is_any_of(strDelimiters));
+            PiecesOf(strTrimmed, strDelimiters).swap(vecOut);
         }
         return true;
     } catch (...) {
@@ -239,12 +249,12 @@ bool JobInfoParse(const std::string& strLine, JobInfo& info)
 
 bool JobRowRead(const std::string& strLine, JobInfo& info)
 {
-    const Texts vecFields = Pieces(strLine, " ");
+    Texts vecFields = Pieces(strLine, " ");
     if (vecFields.size() != 4) {
         return false;
     }
     info.id = JobIdOf(vecFields[0]);
-    info.unit = vecFields[1];
+    info.unit = std::move(vecFields[1]);
     info.type = JobType::Unknown;
     info.state = JobState::Unknown;
     JobStringMap::StringToType(vecFields[2], info.type);

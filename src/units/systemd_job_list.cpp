@@ -1,5 +1,7 @@
 #include "vesksystemd.hpp"
 
+#include <utility>
+
 #include "core/job_row.hpp"
 #include "core/log.hpp"
 #include "core/systemctl.hpp"
@@ -51,7 +53,8 @@ bool VESKSystemdIntJobList(std::map<unsigned int, JobInfo>& mapJobs)
         for (const std::string& strLine : vecLines) {
             JobInfo info;
             if (JobOf(strLine, info)) {
-                mapJobs.emplace(info.id, info);
+                // They come in the order of their ids.
+                mapJobs.emplace_hint(mapJobs.end(), info.id, std::move(info));
             }
         }
         return true;
