@@ -71,7 +71,9 @@ PhysicalLine TakeLine(std::string_view& rest)
 /** A line as it is meant: with those that it continues on, and without the comments between them. */
 struct LogicalLine {
     std::string_view raw;
-    std::string content;
+    std::string_view content;
+    /** The content of one that continues, which stands nowhere in the text. */
+    std::string joined;
     std::string comments;
     bool isComment = false;
 
@@ -81,7 +83,8 @@ struct LogicalLine {
     void Clear()
     {
         raw = {};
-        content.clear();
+        content = {};
+        joined.clear();
         comments.clear();
         isComment = false;
     }
@@ -93,6 +96,16 @@ public:
     explicit LineReader(std::string_view text)
         : m_rest(text)
     {
+    }
+
+    /** What is not read yet. */
+    std::string_view Rest() const { return m_rest; }
+
+    /** Passes over so much of it, which is to end where a line does. */
+    void Skip(std::size_t length)
+    {
+        m_rest.remove_prefix(length);
+        m_atStart = m_atStart && length == 0;
     }
 
     /** False at the end of the text. */
@@ -129,11 +142,17 @@ private:
             line.comments += part.raw;
             return false;
         }
-        line.content += part.content;
+        const bool isFirst = !continued;
         continued = ContinuesOnNextLine(part.content);
-        if (continued) {
-            line.content.back() = ' ';
+        if (isFirst && !continued) {
+            line.content = part.content;
+            return true;
         }
+        line.joined += part.content;
+        if (continued) {
+            line.joined.back() = ' ';
+        }
+        line.content = line.joined;
         return !continued;
     }
 
@@ -191,9 +210,14 @@ std::string SectionBody(const KeyValues& values)
     return body;
 }
 
+std::string SectionName(std::string_view section)
+{
+    return std::string("[").append(section).append("]");
+}
+
 std::string SectionHeader(std::string_view section)
 {
-    return std::string("[").append(section).append("]\n");
+    return SectionName(section) + "\n";
 }
 
 /** Builds the new text line by line. */
@@ -248,6 +272,53 @@ private:
     bool m_isPlaceFinal = false;
 };
 
+constexpr std::string_view kLineEnds{"\n\r\0", 3};
+
+/** Takes the last line of a text off it, and the empty ones behind that. */
+std::string_view TakeLastLine(std::string_view& text)
+{
+    const auto last = text.find_last_not_of(kLineEnds);
+    text = text.substr(0, last == std::string_view::npos ? 0 : last + 1);
+    const auto end = text.find_last_of(kLineEnds);
+    const auto start = end == std::string_view::npos ? 0 : end + 1;
+    const auto line = text.substr(start);
+    text = text.substr(0, start);
+    return line;
+}
+
+/** Whether what follows the text surely is no part of its last line. Comments may stand inside of a line. */
+bool EndsWithWholeLine(std::string_view text)
+{
+    while (!text.empty()) {
+        const auto line = TakeLastLine(text);
+        if (!IsComment(line)) {
+            return line.empty() || line.back() != '\\';
+        }
+    }
+    return true;
+}
+
+/**
+ * Passes over lines that tell nothing of a section: most lines of a unit file are in others, and need no look. False when
+ * no line is left that could.
+ */
+bool SkipToSection(const std::string& header, LineReader& reader)
+{
+    // Of a line that continues, a blank stands in the place of each end.
+    if (header.find(' ') != std::string::npos) {
+        return true;
+    }
+    const auto rest = reader.Rest();
+    const auto found = rest.find(header);
+    if (found == std::string_view::npos) {
+        return false;
+    }
+    const auto end = rest.substr(0, found).find_last_of(kLineEnds);
+    const auto start = end == std::string_view::npos ? 0 : end + 1;
+    reader.Skip(EndsWithWholeLine(rest.substr(0, start)) ? start : 0);
+    return true;
+}
+
 bool HasLineEnd(std::string_view text)
 {
     return std::any_of(text.begin(), text.end(), IsLineEnd);
@@ -264,12 +335,19 @@ bool IsWritableKey(std::string_view key)
 std::optional<std::string> FindSectionValue(std::string_view text, std::string_view section,
                                             std::string_view key)
 {
+    const std::string header = SectionName(section);
     std::optional<std::string> value;
     SectionTracker tracker(section);
     LineReader reader(text);
     LogicalLine line;
-    while (reader.Next(line)) {
-        if (line.IsBlankOrComment() || tracker.TakesHeader(line) || !tracker.IsInside()) {
+    bool more = SkipToSection(header, reader);
+    while (more && reader.Next(line)) {
+        const bool wasInside = tracker.IsInside();
+        if (tracker.TakesHeader(line)) {
+            more = !wasInside || tracker.IsInside() || SkipToSection(header, reader);
+            continue;
+        }
+        if (line.IsBlankOrComment() || !tracker.IsInside()) {
             continue;
         }
         const std::string_view content = line.content;

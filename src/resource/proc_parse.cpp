@@ -161,11 +161,14 @@ bool TotalTicksParse(std::string_view svText, unsigned long long& ullTotal)
 
 unsigned long long PssParse(std::string_view svText)
 {
+    constexpr std::string_view kPss = "Pss:";
     unsigned long long ullSum = 0;
-    Lines lines(svText);
-    for (std::string_view svLine; lines.Next(svLine);) {
+    // Few of the many lines have the letter, so most are passed over as a whole.
+    for (size_t nPss = svText.find('P'); nPss != std::string_view::npos; nPss = svText.find('P', nPss + 1)) {
         unsigned long long ullPss = 0;
-        if (FieldParse(svLine, "Pss:", ullPss)) {
+        const bool blLine = nPss == 0 || svText[nPss - 1] == '\n';
+        if (blLine && svText.substr(nPss, kPss.size()) == kPss &&
+            FieldParse(FirstLine(svText.substr(nPss)), kPss, ullPss)) {
             ullSum += ullPss;
         }
     }

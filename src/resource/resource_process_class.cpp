@@ -4,6 +4,7 @@
 #include <array>
 #include <climits>
 #include <cstdlib>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "core/file_system.hpp"
@@ -39,6 +40,22 @@ bool TotalTickGet(unsigned long long& ullTotal)
 {
     return FirstLineRead("/proc/stat",
                          [&](std::string_view svText) { return TotalTicksParse(svText, ullTotal); });
+}
+
+/** The last name of the path that a link resolves to; false when it does not resolve. */
+bool ProgramNameGet(const std::string& strLink, std::string& strName)
+{
+    std::array<char, PATH_MAX> path{};
+    struct stat status {
+    };
+    // The kernel tells a path whose last name stays, unless a link is there by now, as in another root.
+    const bool blTold = readlink(strLink.c_str(), path.data(), path.size() - 1) > 0 && path[0] == '/' &&
+                        lstat(path.data(), &status) == 0 && !S_ISLNK(status.st_mode);
+    if (!blTold && realpath(strLink.c_str(), path.data()) == nullptr) {
+        return false;
+    }
+    strName = BaseName(path.data());
+    return true;
 }
 
 /** How far a counter went forward; 0 for one that went back, as that of another process with the same pid. */
@@ -116,11 +133,10 @@ std::pair<double, double> Process::IOUtilizationGet() const
 
 bool Process::NameGet(int nPid, std::string& strName)
 {
-    std::array<char, PATH_MAX> path;
-    if (realpath(ProcPath(nPid, "exe").c_str(), path.data()) == nullptr) {
+    std::string strFound;
+    if (!ProgramNameGet(ProcPath(nPid, "exe"), strFound)) {
         return false;
     }
-    std::string strFound = BaseName(path.data());
     if (strFound == kScgiWorker) {
         std::string strArguments;
         if (!FileRead(ProcPath(nPid, "cmdline"), strArguments)) {
