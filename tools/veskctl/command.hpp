@@ -37,6 +37,9 @@ struct Option {
 /** Whether a verb takes "-- COMMAND...". */
 enum class Tail { None, Optional, Required };
 
+/** Who may use a verb. */
+enum class For { Everybody, Root };
+
 /** One use of a verb, as it was parsed. */
 struct Call {
     Texts vecOperands;
@@ -60,6 +63,7 @@ struct Verb {
     /** More than the summary, in whole sentences; lines that begin with a blank stay as they are. */
     const char* szDetails = "";
     Tail tail = Tail::None;
+    For who = For::Everybody;
 };
 
 /** Verbs that share a man page. */

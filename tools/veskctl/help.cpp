@@ -8,6 +8,7 @@ namespace
 {
 
 constexpr size_t kColumns = 79;
+constexpr const char* kForRoot = "Needs root.";
 
 /** The words of a text in lines that begin with so many blanks. */
 std::string Filled(const std::string& strText, size_t nIndent)
@@ -98,6 +99,7 @@ std::string VerbHelp(const Verb& verb)
     if (*verb.szDetails != '\0') {
         strHelp += "\n" + Paragraphs(verb.szDetails);
     }
+    strHelp += verb.who == For::Root ? std::string("\n") + kForRoot + "\n" : "";
     strHelp += "\nOptions:\n";
     for (const auto& vecOptions : {verb.vecOptions, CommonOptions()}) {
         for (const Option& option : vecOptions) {
@@ -161,6 +163,7 @@ std::string RoffParagraphs(const std::string& strDetails)
 std::string RoffVerb(const Verb& verb)
 {
     std::string strVerb = RoffEntry(Usage(verb), verb.szSummary) + RoffParagraphs(verb.szDetails);
+    strVerb += verb.who == For::Root ? RoffParagraphs(kForRoot) : "";
     if (!verb.vecOptions.empty()) {
         strVerb += ".RS\n";
         for (const Option& option : verb.vecOptions) {

@@ -139,11 +139,21 @@ void Say(const std::string& strLine)
     std::cout << Harmless(strLine) << '\n' << std::flush;
 }
 
+void Say(const std::string& strSubject, const std::string& strLine)
+{
+    Say(strSubject + ": " + strLine);
+}
+
 void Complain(const std::string& strLine)
 {
     // The complaint comes after what was printed before it, also where both go to one file.
     std::cout << std::flush;
     std::cerr << "veskctl: " << Harmless(strLine) << '\n';
+}
+
+void Complain(const std::string& strSubject, const std::string& strLine)
+{
+    Complain(strSubject + ": " + strLine);
 }
 
 void PrintJson(const Json::Value& value)

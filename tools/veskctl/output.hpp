@@ -58,9 +58,12 @@ size_t Width(const std::string& strText);
 std::string Harmless(const std::string& strText);
 
 void Say(const std::string& strLine);
+/** "SUBJECT: LINE". */
+void Say(const std::string& strSubject, const std::string& strLine);
 
 /** Tells on standard error what went wrong, and what can be done. */
 void Complain(const std::string& strLine);
+void Complain(const std::string& strSubject, const std::string& strLine);
 
 void PrintJson(const Json::Value& value);
 Json::Value JsonList(const Texts& vecTexts);

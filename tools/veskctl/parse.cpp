@@ -127,7 +127,10 @@ Exit VerbRun(const Parsed& parsed, const Texts& vecTail)
     }
     const Call call = CallOf(parsed, vecTail);
     const std::string strError = OperandsError(verb, call);
-    return strError.empty() ? verb.run(call) : WrongUse(strError, verb.szName);
+    if (!strError.empty()) {
+        return WrongUse(strError, verb.szName);
+    }
+    return verb.who == For::Everybody || IsPermitted(verb.szName) ? verb.run(call) : Exit::NotPermitted;
 }
 
 /** What there is to say without a verb: all of them, or those that begin with the one word given. */
@@ -159,6 +162,17 @@ std::pair<Texts, Texts> ArgumentsSplit(int nArguments, char** ppArguments)
     return {vecFirst, dashes == vecAll.end() ? Texts() : Texts(dashes + 1, vecAll.end())};
 }
 
+/** What is wrong with a command line, in reverse, whose first word is no verb; empty for others. */
+std::string UnknownVerb(const CLI::App& app, const Texts& vecArguments)
+{
+    const auto isWord = [](const std::string& strArgument) { return strArgument.compare(0, 1, "-") != 0; };
+    const auto word = std::find_if(vecArguments.rbegin(), vecArguments.rend(), isWord);
+    const auto isNamed = [&](const CLI::App* pVerb) { return pVerb->get_name() == *word; };
+    return word == vecArguments.rend() || !app.get_subcommands(isNamed).empty()
+               ? ""
+               : "'" + *word + "' is no verb";
+}
+
 } // namespace
 
 Exit Run(const std::vector<Group>& vecGroups, int nArguments, char** ppArguments)
@@ -171,7 +185,8 @@ Exit Run(const std::vector<Group>& vecGroups, int nArguments, char** ppArguments
     try {
         app.parse(Texts(vecArguments));
     } catch (const CLI::ParseError& error) {
-        return WrongUse(error.what(), "");
+        const std::string strUnknown = UnknownVerb(app, vecArguments);
+        return WrongUse(strUnknown.empty() ? error.what() : strUnknown, "");
     }
     openlog("veskctl", IsVerbose(app) ? LOG_PERROR : 0, LOG_USER);
     const auto isNamed = [](const auto& parsed) { return parsed->pApp->parsed(); };

@@ -31,7 +31,8 @@ std::string JobsText()
         VESK::Systemd::JobStringMap::TypeToString(job.type, strType);
         VESK::Systemd::JobStringMap::StateToString(job.state, strState);
         if (nShown++ < kMostJobs) {
-            strJobs += (strJobs.empty() ? "" : ", ") + strType + " " + job.unit + " " + strState;
+            strJobs.append(strJobs.empty() ? "" : ", ").append(strType).append(" ");
+            strJobs.append(job.unit).append(" ").append(strState);
         }
     }
     return nShown > kMostJobs ? strJobs + " and " + std::to_string(nShown - kMostJobs) + " more" : strJobs;

@@ -27,16 +27,14 @@ Exit ChangeRun(const char* szVerb, const std::string& strDone, Change change, co
             return Exit::WrongUse;
         }
     }
-    if (!IsPermitted(std::string("reason ") + szVerb)) {
-        return Exit::NotPermitted;
-    }
     Texts vecFailed;
     const std::string strWhat = std::string(szVerb) + " " + Joined(vecServices, " ") + " for " + strReason;
     const bool blDone = WithProgress(strWhat, [&] { return change(strReason, vecServices, vecFailed); });
     for (const std::string& strService : vecServices) {
         if (std::count(vecFailed.begin(), vecFailed.end(), strService) == 0) {
             const Texts vecLeft = ReasonsOf(strService);
-            Say(strService + ": " + strDone + (vecLeft.empty() ? "" : "; held for: " + Joined(vecLeft)));
+            const std::string strHeld = vecLeft.empty() ? "" : "; held for: " + Joined(vecLeft);
+            Say(strService, strDone + strHeld);
         }
     }
     return blDone ? Exit::Done : UnitsFailed(szVerb, vecFailed);
@@ -51,7 +49,9 @@ Verb ChangeVerb(const char* szName, const char* szSummary, const char* szDone, C
             {{"REASON", Kind::Reason}, {"SERVICE", Kind::Service, false, true}},
             {},
             [=](const Call& call) { return ChangeRun(szVerb, szDone, change, call); },
-            szDetails};
+            szDetails,
+            Tail::None,
+            For::Root};
 }
 
 /** The services to tell of: those named, or all that are held. */

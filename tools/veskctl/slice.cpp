@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -15,6 +14,7 @@
 #include "resource/cgroup_layout.hpp"
 #include "shielded.hpp"
 #include "slice_usage.hpp"
+#include "unit_process.hpp"
 
 using namespace VESK::Systemd;
 
@@ -58,19 +58,6 @@ Exit ListRun(const Call& call)
     return Exit::Done;
 }
 
-Json::Value ProcessJson(const Process& process)
-{
-    std::string strUnit;
-    VESKSystemdGetByPid(process.PidGet(), strUnit);
-    Json::Value value;
-    value["pid"] = process.PidGet();
-    value["name"] = process.NameGet();
-    value["unit"] = strUnit;
-    value["cpuSeconds"] = process.CPUTimeGet();
-    value["memoryKiB"] = Json::UInt64(process.MemoryPssGet());
-    return value;
-}
-
 Exit ShowRun(const Call& call)
 {
     const std::string strSlice = SliceName(call.vecOperands[0]);
@@ -82,10 +69,8 @@ Exit ShowRun(const Call& call)
     Table table({"PID", "NAME", "UNIT", "CPU SECONDS", "MEMORY"});
     for (const Process& process : setProcesses) {
         const Json::Value value = ProcessJson(process);
-        char szSeconds[32];
-        snprintf(szSeconds, sizeof szSeconds, "%.2f", process.CPUTimeGet());
-        table.Row({value["pid"].asString(), value["name"].asString(), value["unit"].asString(), szSeconds,
-                   Quantity(static_cast<double>(process.MemoryPssGet()) * 1024)});
+        table.Row({value["pid"].asString(), value["name"].asString(), value["unit"].asString(),
+                   SecondsText(value), Quantity(value["memoryKiB"].asDouble() * 1024)});
         list.append(value);
     }
     Json::Value value;
@@ -115,9 +100,6 @@ bool IsOwn(const std::string& strSlice)
 
 Exit KillRun(const Call& call)
 {
-    if (!IsPermitted("slice kill")) {
-        return Exit::NotPermitted;
-    }
     const std::string strSlice = SliceName(call.vecOperands[0]);
     if (!IsThere(strSlice)) {
         return Exit::NotFound;
@@ -146,9 +128,6 @@ Exit Become(const Texts& vecCommand)
 
 Exit EnterRun(const Call& call)
 {
-    if (!IsPermitted("slice enter")) {
-        return Exit::NotPermitted;
-    }
     const std::string strSlice = SliceName(call.vecOperands[0]);
     if (!IsThere(strSlice)) {
         return Exit::NotFound;
@@ -190,14 +169,17 @@ Group SliceGroup()
                  {slice},
                  {},
                  KillRun,
-                 "Stops its units, then sends SIGTERM to what is left, and at last SIGKILL."},
+                 "Stops its units, then sends SIGTERM to what is left, and at last SIGKILL.",
+                 Tail::None,
+                 For::Root},
                 {"slice enter",
                  "run a command, or a shell, in a slice",
                  {slice},
                  {},
                  EnterRun,
                  "",
-                 Tail::Optional},
+                 Tail::Optional,
+                 For::Root},
             }};
 }
 

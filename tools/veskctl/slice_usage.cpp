@@ -63,7 +63,7 @@ struct Scale {
 Scale ScaleOf(const SliceUsages& vecUsages, size_t nColumns)
 {
     Scale scale{std::clamp<size_t>(nColumns / 5, 8, 30), 0, static_cast<double>(MachineMemoryKiB()), 1};
-    constexpr size_t kNumbers = 3 * 11;
+    constexpr size_t kNumbers = size_t(3) * 11;
     scale.nBar = nColumns > scale.nName + kNumbers ? (nColumns - scale.nName - kNumbers) / 3 : 0;
     for (const SliceUsage& usage : vecUsages) {
         scale.io = std::max(scale.io, usage.ioPerSecond);

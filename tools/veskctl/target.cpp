@@ -1,5 +1,4 @@
-#include <cerrno>
-#include <cstring>
+#include <functional>
 
 #include <vesksystemd.hpp>
 
@@ -17,23 +16,32 @@ namespace Veskctl
 namespace
 {
 
-/** The target's full name; empty, with a complaint, for what is none that the manager knows. */
-std::string KnownTarget(const std::string& strGiven, Exit& result)
+using TargetRun = Exit (*)(const Call&, const std::string&);
+
+/** Runs a verb with the full name of its target; complains of what is none that the manager knows. */
+Exit WithTarget(const Call& call, TargetRun run)
 {
+    const std::string& strGiven = call.vecOperands[0];
     const std::string strTarget = UnitTypeGet(strGiven).empty() ? strGiven + ".target" : strGiven;
     if (UnitTypeGet(strTarget) != "target") {
         Complain(strTarget + ": no target");
-        result = Exit::WrongUse;
-        return "";
+        return Exit::WrongUse;
     }
     const UnitState state = UnitStateGet(strTarget);
     if (state.IsKnown()) {
-        return strTarget;
+        return run(call, strTarget);
     }
-    Complain(strTarget + ": " + (state.strLoad.empty() ? "systemctl did not answer" : "no such target") +
-             "; 'veskctl list --type target' shows those that there are");
-    result = state.strLoad.empty() ? Exit::Failed : Exit::NotFound;
-    return "";
+    if (state.strLoad.empty()) {
+        Complain(strTarget + ": systemctl did not answer");
+        return Exit::Failed;
+    }
+    Complain(strTarget + ": no such target; 'veskctl list --type target' shows those that there are");
+    return Exit::NotFound;
+}
+
+std::function<Exit(const Call&)> Targeted(TargetRun run)
+{
+    return [=](const Call& call) { return WithTarget(call, run); };
 }
 
 Exit GetRun(const Call& call)
@@ -49,18 +57,13 @@ Exit GetRun(const Call& call)
     return Exit::Done;
 }
 
-Exit SetRun(const Call& call)
+Exit SetRun(const Call&, const std::string& strTarget)
 {
-    Exit result = Exit::Done;
-    if (!IsPermitted("target set")) {
-        return Exit::NotPermitted;
+    if (VESKSystemdDefaultTargetSet(strTarget)) {
+        return Exit::Done;
     }
-    const std::string strTarget = KnownTarget(call.vecOperands[0], result);
-    if (!strTarget.empty() && !VESKSystemdDefaultTargetSet(strTarget)) {
-        Complain(strTarget + ": it could not be made the default" + WhyFrom(LastRefusal()));
-        result = Exit::Failed;
-    }
-    return result;
+    Complain(strTarget + ": it could not be made the default" + WhyFrom(LastRefusal()));
+    return Exit::Failed;
 }
 
 Exit CarriesRun(const Call& call)
@@ -107,16 +110,8 @@ bool IsolatedRun(const std::string& strTarget, const Texts& vecCommand)
     return blDone;
 }
 
-Exit RunRun(const Call& call)
+Exit RunRun(const Call& call, const std::string& strTarget)
 {
-    Exit result = Exit::Done;
-    if (!IsPermitted("target run")) {
-        return Exit::NotPermitted;
-    }
-    const std::string strTarget = KnownTarget(call.vecOperands[0], result);
-    if (strTarget.empty()) {
-        return result;
-    }
     return Shielded([&] {
         if (IsolatedRun(strTarget, call.vecCommand)) {
             return Exit::Done;
@@ -141,16 +136,8 @@ const char* WaitText(VESK_SYSTEMD_ISOLATE_WAIT_STOP_RESULT result)
     return "";
 }
 
-Exit IsolateRun(const Call& call)
+Exit IsolateRun(const Call& call, const std::string& strTarget)
 {
-    Exit result = Exit::Done;
-    if (!IsPermitted("isolate")) {
-        return Exit::NotPermitted;
-    }
-    const std::string strTarget = KnownTarget(call.vecOperands[0], result);
-    if (strTarget.empty()) {
-        return result;
-    }
     IsolateOptions options;
     options.noBlock = call.Has("no-block");
     auto waited = VESK_SYSTEMD_ISOLATE_WAIT_STOP_DONE;
@@ -176,20 +163,31 @@ Group TargetGroup()
         "Choose what the system runs",
         {
             {"target get", "show the target that the system boots to", {}, {JsonOption()}, GetRun},
-            {"target set", "set the target that the system boots to", {target}, {}, SetRun},
+            {"target set",
+             "set the target that the system boots to",
+             {target},
+             {},
+             Targeted(SetRun),
+             "",
+             Tail::None,
+             For::Root},
             {"target carries", "show the units that a target carries", {target}, {JsonOption()}, CarriesRun},
             {"target run",
              "run a command while the system is isolated to a target",
              {target},
              {},
-             RunRun,
+             Targeted(RunRun),
              "Afterwards, and when it is interrupted, the system comes back to default.target.",
-             Tail::Required},
+             Tail::Required,
+             For::Root},
             {"isolate",
              "start a target and stop all that it does not need",
              {target},
              {{"no-block", "queue the jobs and do not wait for them"}},
-             IsolateRun},
+             Targeted(IsolateRun),
+             "",
+             Tail::None,
+             For::Root},
         }};
 }
 

@@ -107,9 +107,6 @@ Exit Uninstall(const Call& call, const Files& vecFiles)
 
 Exit UninstallRun(const Call& call)
 {
-    if (!IsPermitted("uninstall")) {
-        return Exit::NotPermitted;
-    }
     if (!call.Has("yes") && !call.Has("dry-run") && !IsTerminal(STDIN_FILENO)) {
         Complain("there is no terminal to ask on; --yes goes on without asking");
         return Exit::WrongUse;
@@ -149,7 +146,9 @@ Verb UninstallVerb()
          JsonOption()},
         UninstallRun,
         "First shows the files that will be deleted, then asks. The file of a template and drop-ins for more "
-        "than one unit are left unless --shared is given."};
+        "than one unit are left unless --shared is given.",
+        Tail::None,
+        For::Root};
 }
 
 } // namespace Veskctl

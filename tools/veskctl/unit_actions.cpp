@@ -22,20 +22,23 @@ const Option kNoBlock{"no-block", "queue the job and do not wait for it"};
 const Option kForceHeld{"force", "also when the service is held stopped for a reason"};
 const Option kRuntime{"runtime", "until the next boot only"};
 
-/** Whether one of the services is held, which is told. */
-bool IsHeld(const Texts& vecUnits)
+/** Whether a service is held, which is told. */
+bool IsHeld(const std::string& strUnit)
 {
-    bool blHeld = false;
-    for (const std::string& strUnit : vecUnits) {
-        const Texts vecReasons = ReasonsOf(strUnit);
-        if (!vecReasons.empty()) {
-            blHeld = true;
-            Complain(strUnit + ": held stopped for: " + VESK::Systemd::Joined(vecReasons) +
-                     "; 'veskctl reason start " + vecReasons.front() + " " + strUnit +
-                     "' ends a reason, --force starts it all the same");
-        }
+    const Texts vecReasons = ReasonsOf(strUnit);
+    if (vecReasons.empty()) {
+        return false;
     }
-    return blHeld;
+    Complain(strUnit, "held stopped for: " + VESK::Systemd::Joined(vecReasons) + "; 'veskctl reason start " +
+                          vecReasons.front() + " " + strUnit +
+                          "' ends a reason, --force starts it all the same");
+    return true;
+}
+
+/** Tells of each. */
+auto CountHeld(const Texts& vecUnits)
+{
+    return std::count_if(vecUnits.begin(), vecUnits.end(), IsHeld);
 }
 
 /** Tells what became of the units. */
@@ -45,7 +48,7 @@ Exit Told(bool blDone, const char* szVerb, const std::string& strDone, const Tex
     for (const std::string& strUnit : vecUnits) {
         const bool blFailed = std::count(vecFailed.begin(), vecFailed.end(), strUnit) != 0;
         if (blDone || (!vecFailed.empty() && !blFailed)) {
-            Say(strUnit + ": " + strDone);
+            Say(strUnit, strDone);
         }
     }
     return blDone ? Exit::Done : UnitsFailed(szVerb, vecFailed);
@@ -76,7 +79,7 @@ Verb JobVerb(const char* szName, const char* szSummary, const char* szDone, Acti
              bool blStarts)
 {
     const auto run = [=](const Call& call) {
-        if (blStarts && !call.Has("force") && IsHeld(call.vecOperands)) {
+        if (blStarts && !call.Has("force") && CountHeld(call.vecOperands) != 0) {
             return Exit::Failed;
         }
         return call.Has("no-block") ? ActionRun(szName, "queued", queue, call.vecOperands)

@@ -19,35 +19,19 @@ namespace
 /** What is told of a process; throws when it is not there. */
 Json::Value ProcessGet(int nPid)
 {
-    const Process process(nPid);
-    std::string strUnit;
     std::string strPath;
-    VESKSystemdGetByPid(nPid, strUnit);
     VESKSystemdCgroupPathnameGet(nPid, "name=systemd", strPath);
-    Json::Value value;
-    value["pid"] = nPid;
-    value["name"] = process.NameGet();
-    value["unit"] = strUnit;
+    Json::Value value = ProcessJson(Process(nPid));
     value["slice"] = CgroupSliceGet(SystemdTree(), Pieces(strPath, "/"));
     value["cgroup"] = strPath;
-    value["cpuSeconds"] = process.CPUTimeGet();
-    value["memoryKiB"] = Json::UInt64(process.MemoryPssGet());
     return value;
-}
-
-std::string Seconds(double seconds)
-{
-    char szText[32];
-    snprintf(szText, sizeof szText, "%.2f", seconds);
-    return szText;
 }
 
 void ProcessPrint(const Json::Value& value)
 {
     Table table({"PID", "NAME", "UNIT", "SLICE", "CPU SECONDS", "MEMORY KIB"});
     table.Row({value["pid"].asString(), value["name"].asString(), value["unit"].asString(),
-               value["slice"].asString(), Seconds(value["cpuSeconds"].asDouble()),
-               value["memoryKiB"].asString()});
+               value["slice"].asString(), SecondsText(value), value["memoryKiB"].asString()});
     table.Print();
 }
 
@@ -69,6 +53,26 @@ Exit PidRun(const Call& call)
 }
 
 } // namespace
+
+Json::Value ProcessJson(const Process& process)
+{
+    std::string strUnit;
+    VESKSystemdGetByPid(process.PidGet(), strUnit);
+    Json::Value value;
+    value["pid"] = process.PidGet();
+    value["name"] = process.NameGet();
+    value["unit"] = strUnit;
+    value["cpuSeconds"] = process.CPUTimeGet();
+    value["memoryKiB"] = Json::UInt64(process.MemoryPssGet());
+    return value;
+}
+
+std::string SecondsText(const Json::Value& process)
+{
+    char szText[32];
+    snprintf(szText, sizeof szText, "%.2f", process["cpuSeconds"].asDouble());
+    return szText;
+}
 
 Verb PidVerb()
 {

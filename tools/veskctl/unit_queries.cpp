@@ -166,12 +166,13 @@ Exit ShowPrint(const Call& call, const Properties& mapProperties)
     value["properties"] = Json::Value(Json::objectValue);
     for (const auto& [strName, strValue] : mapProperties) {
         value["properties"][strName] = strValue;
-        if (!call.Has("json")) {
-            Say(strName + "=" + strValue);
-        }
     }
     if (call.Has("json")) {
         PrintJson(value);
+        return Exit::Done;
+    }
+    for (const std::string& strName : value["properties"].getMemberNames()) {
+        Say(std::string(strName).append("=").append(mapProperties.at(strName)));
     }
     return Exit::Done;
 }

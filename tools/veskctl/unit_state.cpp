@@ -114,7 +114,7 @@ Exit UnitsFailed(const std::string& strWhat, const Texts& vecFailed)
     for (const std::string& strUnit : vecFailed) {
         const std::string strRefusal = RefusalOf(strUnit);
         const UnitState state = UnitStateGet(strUnit);
-        Complain(strUnit + ": " + strWhat + " failed: " + Described(state, strRefusal));
+        Complain(strUnit, std::string(strWhat).append(" failed: ").append(Described(state, strRefusal)));
         blAllMissing = blAllMissing && state.strLoad == "not-found";
     }
     if (vecFailed.empty()) {

@@ -39,13 +39,13 @@ Texts Named(const Texts& vecGiven)
 
 bool AreAbsolute(const Texts& vecVolumes)
 {
-    for (const std::string& strVolume : vecVolumes) {
-        if (strVolume.front() != '/') {
-            Complain(strVolume + ": a volume is named by its mount path, which begins with /");
-            return false;
+    return std::all_of(vecVolumes.begin(), vecVolumes.end(), [](const std::string& strVolume) {
+        const bool blAbsolute = strVolume.front() == '/';
+        if (!blAbsolute) {
+            Complain(strVolume, "a volume is named by its mount path, which begins with /");
         }
-    }
-    return true;
+        return blAbsolute;
+    });
 }
 
 Exit ChangeRun(const Call& call, Change unit, Change package, const std::string& strDone)
@@ -58,16 +58,14 @@ Exit ChangeRun(const Call& call, Change unit, Change package, const std::string&
     if (!AreAbsolute(vecVolumes)) {
         return Exit::WrongUse;
     }
-    if (!IsPermitted("changing what is registered")) {
-        return Exit::NotPermitted;
-    }
     const std::string strOwner = call.Has("unit") ? call.Value("unit") : call.Value("package");
+    const std::string strWhat = strDone + " " + strOwner;
     Exit result = Exit::Done;
     for (const std::string& strVolume : vecVolumes) {
         if ((call.Has("unit") ? unit : package)(strOwner, strVolume)) {
-            Say(strVolume + ": " + strDone + " " + strOwner);
+            Say(strVolume, strWhat);
         } else {
-            Complain(strVolume + ": could not be " + strDone + " " + strOwner + "; the system log tells why");
+            Complain(strVolume, "could not be " + strWhat + "; the system log tells why");
             result = Exit::Failed;
         }
     }
@@ -180,7 +178,10 @@ Verb RegisterVerb(const char* szName, const char* szSummary, Change unit, Change
             {{"VOLUME", Kind::Volume, false, true}},
             {{"unit", "the unit whose volumes they are", "UNIT", Kind::Unit},
              {"package", "the package whose volumes they are", "PACKAGE"}},
-            [=](const Call& call) { return ChangeRun(call, unit, package, szDone); }};
+            [=](const Call& call) { return ChangeRun(call, unit, package, szDone); },
+            "",
+            Tail::None,
+            For::Root};
 }
 
 } // namespace

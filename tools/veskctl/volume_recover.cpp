@@ -61,9 +61,6 @@ void StopAwait()
 
 Exit RecoverRun(const Call&)
 {
-    if (!IsPermitted("volume recover")) {
-        return Exit::NotPermitted;
-    }
     if (IsActionRunning()) {
         Complain("an unmount action is running; it starts again what it has stopped");
         return Exit::Failed;
@@ -139,7 +136,9 @@ Verb RecoverVerb()
             {},
             {},
             RecoverRun,
-            "'volume unmount' does this first by itself."};
+            "'volume unmount' does this first by itself.",
+            Tail::None,
+            For::Root};
 }
 
 } // namespace Veskctl

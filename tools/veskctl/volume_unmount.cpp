@@ -135,6 +135,7 @@ bool OthersAwait()
 bool Unmount(const std::string& strVolume)
 {
     if (CommandRun({"umount", strVolume}) == 0) {
+        Say(strVolume, "unmounted");
         return true;
     }
     const Holders vecHolders = HoldersGet({strVolume});
@@ -204,9 +205,6 @@ Exit WholeRun(const Call& call, const Texts& vecVolumes)
 
 Exit UnmountRun(const Call& call)
 {
-    if (!IsPermitted("volume unmount")) {
-        return Exit::NotPermitted;
-    }
     if (call.Has("json") && !call.Has("dry-run")) {
         Complain("--json goes with --dry-run");
         return Exit::WrongUse;
@@ -245,7 +243,8 @@ Verb UnmountVerb()
             "Afterwards every unit that was active before is active again, or is named with its state and "
             "the reason, "
             "and the exit code is 1.",
-            Tail::Optional};
+            Tail::Optional,
+            For::Root};
 }
 
 } // namespace Veskctl

@@ -1,6 +1,8 @@
 // The verbs on volumes, reasons, slices and targets on a real systemd.
 
 #include <csignal>
+#include <regex>
+#include <unistd.h>
 
 #include "cgroup_trees.hpp"
 #include "children.hpp"
@@ -23,6 +25,39 @@ TEST_F(VeskctlLive, ShowsWhoUsesAVolume)
     EXPECT_EQ(users.exitCode, 0);
     EXPECT_THAT(users.output, HasSubstr("inside.service"));
     EXPECT_THAT(users.output, HasSubstr("working folder  yes"));
+}
+
+TEST_F(VeskctlLive, ShowsAProgramOnAVolumeAndWhatIsNoService)
+{
+    RunCommand({"/bin/cp", "/bin/sleep", "/volume1/pause"});
+    AddUnit("program.service", UnitText().Service("Type=exec").Service("ExecStart=/volume1/pause infinity"));
+    MustSystemctl({"start", "program.service"});
+    const OtherProcess other([] { return chdir(kVolume) + pause(); });
+
+    EXPECT_TRUE(Eventually([] {
+        const std::string users = Veskctl("volume users /volume1").output;
+        return std::regex_search(
+                   users, std::regex("program[.]service +[0-9]+ +pause +program +yes +/volume1/pause")) &&
+               std::regex_search(
+                   users, std::regex("program[.]service +[0-9]+ +pause +mapped +yes +/volume1/pause")) &&
+               std::regex_search(users,
+                                 std::regex("- +[0-9]+ +veskctl_live_tests +working folder +no +/volume1"));
+    })) << Veskctl("volume users /volume1").output;
+}
+
+TEST_F(VeskctlLive, RefusesToUnmountWhatItsOwnServiceIsStoppedFor)
+{
+    AddUnit("own.service",
+            OneshotService("/bin/sh -c '" + VeskctlPath() + " volume unmount /volume1 >/tmp/own 2>&1'")
+                .Line("X-Veskline", "VolumeDependency=all"));
+
+    Veskctl("start own");
+
+    EXPECT_THAT(
+        ReadText("/tmp/own"),
+        HasSubstr("veskctl: veskctl runs in own.service, which would be stopped; start it from elsewhere"));
+    EXPECT_TRUE(IsVolumeMounted());
+    EXPECT_EQ(ActiveState("inside.service"), "active");
 }
 
 TEST_F(VeskctlLive, UnmountsAVolumeAndHasItsUsersBack)

@@ -81,9 +81,12 @@ TEST(VeskctlActions, TryRestartsWhatHasNoStopJob)
     ScriptedSystemctl systemctl;
     systemctl.OnLeading({"list-jobs"}).Exit(1);
     systemctl.On({"try-restart", "foo"});
+    systemctl.On({"try-restart", "--no-block", "foo"});
 
     EXPECT_EQ(Veskctl("try-restart foo").exitCode, 0);
     EXPECT_EQ(systemctl.Arguments().back(), "try-restart foo");
+    EXPECT_EQ(Veskctl("try-restart --no-block foo").exitCode, 0);
+    EXPECT_EQ(systemctl.Arguments().back(), "try-restart --no-block foo");
 }
 
 TEST(VeskctlActions, TellWhichUnitsFailedAndWhy)
@@ -219,7 +222,8 @@ TEST(VeskctlUse, RefusesWhatItDoesNotUnderstandWithTwoAndTellsWhereHelpIs)
     EXPECT_EQ(Veskctl("keys a b"), (Use{2, "", "veskctl: 'b' is too much; see: veskctl keys --help\n"}));
     EXPECT_EQ(Veskctl("target run foo"),
               (Use{2, "", "veskctl: -- COMMAND... is missing; see: veskctl target run --help\n"}));
-    EXPECT_EQ(Veskctl("frobnicate").exitCode, 2);
+    EXPECT_EQ(Veskctl("frobnicate foo"),
+              (Use{2, "", "veskctl: 'frobnicate' is no verb; see: veskctl --help\n"}));
     EXPECT_EQ(Veskctl("start --frobnicate foo").exitCode, 2);
     EXPECT_EQ(Veskctl("reason frobnicate").exitCode, 2);
     EXPECT_EQ(Veskctl("").exitCode, 2);

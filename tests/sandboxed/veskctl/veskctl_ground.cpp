@@ -20,12 +20,29 @@ std::ostream& operator<<(std::ostream& stream, const Use& use)
     return stream << "exit code " << use.exitCode << "\n--- output\n" << use.out << "--- errors\n" << use.err;
 }
 
+namespace
+{
+
+int ExitCode(const ShellResult& result)
+{
+    return result.ending.kind == Ending::Kind::Exited ? result.ending.number : -1;
+}
+
+} // namespace
+
 Use Veskctl(const std::string& arguments)
 {
     const ShellResult result =
         RunShell(std::string(VESKCTL) + " " + arguments + " 2>/tmp/veskctl-errors </dev/null");
-    const int exitCode = result.ending.kind == Ending::Kind::Exited ? result.ending.number : -1;
-    return {exitCode, result.output, ReadText("/tmp/veskctl-errors")};
+    return {ExitCode(result), result.output, ReadText("/tmp/veskctl-errors")};
+}
+
+Use VeskctlAtTerminal(const std::string& arguments, const std::string& input)
+{
+    WriteText("/tmp/veskctl-input", input);
+    const ShellResult result = RunShell("TERM=xterm script -qec '" + std::string(VESKCTL) + " " + arguments +
+                                        "' /dev/null </tmp/veskctl-input");
+    return {ExitCode(result), result.output, ""};
 }
 
 Json::Value VeskctlJson(const std::string& arguments)

@@ -22,6 +22,9 @@ std::ostream& operator<<(std::ostream& stream, const Use& use);
 // Runs veskctl with these arguments, as a shell reads them.
 Use Veskctl(const std::string& arguments);
 
+// The same at a terminal on which INPUT is typed; its errors are in what it prints, and lines end as a terminal's do.
+Use VeskctlAtTerminal(const std::string& arguments, const std::string& input);
+
 // What it prints as JSON; a failure of the test when that is none.
 Json::Value VeskctlJson(const std::string& arguments);
 

@@ -113,6 +113,13 @@ TEST(VeskctlHelp, NamesEveryVerbAtOnce)
     }
 }
 
+TEST(VeskctlHelp, TellsWhichVerbsNeedRoot)
+{
+    EXPECT_THAT(Veskctl("volume unmount --help").out, HasSubstr("\nNeeds root.\n"));
+    EXPECT_THAT(Veskctl("--man-page target").out, HasSubstr(".IP\nNeeds root.\n"));
+    EXPECT_THAT(Veskctl("start --help").out, Not(HasSubstr("root")));
+}
+
 TEST(VeskctlHelp, HasAManPageForEachGroupWithoutAWarning)
 {
     std::string pages;

@@ -1,3 +1,4 @@
+#include <cstdlib>
 #include <gmock/gmock.h>
 #include <unistd.h>
 
@@ -8,8 +9,10 @@
 #include "veskctl_ground.hpp"
 
 using namespace VeskTest;
+using ::testing::AllOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using ::testing::UnorderedElementsAre;
 
 namespace
@@ -54,6 +57,19 @@ TEST(VeskctlStatus, ShowsAUnitInATableAndAsJson)
     EXPECT_EQ(list[0]["job"]["id"], 7);
     EXPECT_EQ(list[0]["job"]["type"], "start");
     EXPECT_EQ(list[0]["job"]["state"], "waiting");
+}
+
+TEST(VeskctlStatus, IsColouredOnATerminalOnlyUnlessNoColorSaysOtherwise)
+{
+    const std::string green = "\033[32mactive\033[0m";
+    ScriptedSystemctl systemctl;
+    systemctl.OnAny();
+    systemctl.On(StateQuestion("foo.service")).Stdout(StateAnswer("active", "running"));
+
+    EXPECT_THAT(VeskctlAtTerminal("status foo", "").out, HasSubstr(green));
+    EXPECT_THAT(Veskctl("status foo").out, Not(HasSubstr("\033")));
+    setenv("NO_COLOR", "1", 1);
+    EXPECT_THAT(VeskctlAtTerminal("status foo", "").out, AllOf(HasSubstr("active"), Not(HasSubstr("\033"))));
 }
 
 TEST(VeskctlStatus, ExitsWithThreeForAUnitThatIsNotThere)

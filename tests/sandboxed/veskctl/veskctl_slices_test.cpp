@@ -6,6 +6,7 @@
 #include "veskctl_ground.hpp"
 
 using namespace VeskTest;
+using ::testing::ContainsRegex;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
@@ -60,7 +61,14 @@ TEST_F(VeskctlSlice, TopMeasuresOnceWithoutATerminal)
     EXPECT_EQ(list[0]["slice"], "full.slice");
     EXPECT_THAT(list[0].getMemberNames(),
                 ElementsAre("cpuPercent", "ioBytesPerSecond", "memoryKiB", "name", "processes", "slice"));
-    EXPECT_THAT(Veskctl("slice top --sort name").out, HasSubstr("\nempty.slice "));
+    const std::string table = Veskctl("slice top --sort name").out;
+    EXPECT_THAT(table, ContainsRegex("\nSLICE +CPU +MEMORY +I/O /s *\n"));
+    EXPECT_THAT(table, ContainsRegex("\nempty.slice +0.0% -+ +0 -+ +0 -+ *\n"));
+}
+
+TEST_F(VeskctlSlice, IsCompleted)
+{
+    EXPECT_EQ(Veskctl("--complete slice show f").out, "full.slice\n");
 }
 
 TEST_F(VeskctlSlice, TopRefusesAKeyOrAnIntervalThatIsNone)

@@ -6,6 +6,7 @@
 
 using namespace VeskTest;
 using ::testing::Contains;
+using ::testing::HasSubstr;
 using ::testing::Not;
 
 namespace
@@ -76,6 +77,18 @@ TEST_F(VeskctlUninstall, DoesNothingWithoutAnAnswer)
     EXPECT_EQ(Veskctl("uninstall foo@a"),
               (Use{2, "", "veskctl: there is no terminal to ask on; --yes goes on without asking\n"}));
     EXPECT_TRUE(Exists(own));
+}
+
+TEST_F(VeskctlUninstall, AsksOnATerminal)
+{
+    const Use refused = VeskctlAtTerminal("uninstall foo@a", "n\n");
+
+    EXPECT_THAT(refused.out, HasSubstr("Stop and uninstall foo@a? [y/N] "));
+    EXPECT_THAT(refused.out, HasSubstr("veskctl: nothing was done"));
+    EXPECT_EQ(refused.exitCode, 1);
+    EXPECT_TRUE(Exists(own));
+    EXPECT_EQ(VeskctlAtTerminal("uninstall foo@a", "y\n").exitCode, 0);
+    EXPECT_FALSE(Exists(own));
 }
 
 TEST_F(VeskctlUninstall, ExitsWithThreeForAUnitThatIsNotThere)

@@ -148,6 +148,11 @@ TEST_F(VeskctlVolume, IsRefusedWhenItIsNoneUnlessForced)
     EXPECT_EQ(Veskctl("volume users --force /folder").exitCode, 0);
 }
 
+TEST_F(VeskctlVolume, IsCompleted)
+{
+    EXPECT_EQ(Veskctl("--complete volume unmount /vol").out, "/volume1\n");
+}
+
 TEST_F(VeskctlVolume, DependentsShowsWhoDeclaresADependency)
 {
     WriteUnitFile(UnitFolder::Usr, "dep.service", "[X-Veskline]\nVolumeDependency=all\nMaster=foo.service\n");
@@ -220,6 +225,7 @@ TEST_F(VeskctlVolume, UnmountStopsTheUsersUnmountsAndStartsThemAgain)
     const Use use = Veskctl("volume unmount /volume1");
 
     EXPECT_EQ(use.exitCode, 0) << use;
+    EXPECT_THAT(use.out, HasSubstr("\n/volume1: unmounted\n"));
     EXPECT_EQ(use.err, "");
     EXPECT_FALSE(IsMounted());
     EXPECT_FALSE(Exists(kNote));
