@@ -298,6 +298,22 @@ int TakeAllDescriptors()
     return count;
 }
 
+TEST_F(ChildStart, TakesNoneOfTheStandardDescriptorsThatItsCallerLacks)
+{
+    EXPECT_EQ(RunInChild([] {
+                  close(0);
+                  close(1);
+                  close(2);
+                  FILE* stream = OpenProgram({"/bin/cat"});
+                  int taken = 0;
+                  for (int number = 0; number <= 2; ++number) {
+                      taken += fcntl(number, F_GETFD) >= 0 ? 1 : 0;
+                  }
+                  return stream != nullptr && VLIBCPclose(stream) >= 0 ? taken : 9;
+              }),
+              Exited(0));
+}
+
 void LimitDescriptors()
 {
     const rlimit few{64, 64};
