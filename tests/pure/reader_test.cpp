@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -93,7 +92,7 @@ private:
         }
         const Piece& piece = self.m_pieces[self.m_next++];
         errno = piece.error;
-        std::memcpy(buffer, piece.text.data(), piece.text.size());
+        piece.text.copy(buffer, piece.text.size());
         return piece.error != 0 ? -1 : static_cast<ssize_t>(piece.text.size());
     }
 

@@ -18,8 +18,6 @@ using ::testing::IsSupersetOf;
 using ::testing::Not;
 using ::testing::UnorderedElementsAre;
 using VESK::Systemd::JobInfo;
-using VESK::Systemd::JobState;
-using VESK::Systemd::JobType;
 
 // Three jobs: a start that runs, one that waits for it, and a stop that runs. The queue knows units by their
 // full names only.

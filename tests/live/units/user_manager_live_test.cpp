@@ -13,8 +13,6 @@ namespace VeskTest
 namespace
 {
 
-using ::testing::Contains;
-
 /**
  * From release 256 on systemd counts a user's manager among the sessions of logind, and logind lets root alone make
  * one: its PAM module tells an ordinary user nothing then.

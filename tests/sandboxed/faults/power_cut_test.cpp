@@ -13,7 +13,6 @@ namespace VeskTest
 namespace
 {
 
-using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsSubsetOf;
 using ::testing::Not;

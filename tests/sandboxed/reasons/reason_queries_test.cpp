@@ -15,7 +15,6 @@ namespace
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::SizeIs;
 using ::testing::UnorderedElementsAre;
 using VESK::Systemd::CheckServiceHasReason;
 using VESK::Systemd::LinkVeskReason;

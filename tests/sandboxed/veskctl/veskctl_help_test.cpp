@@ -10,7 +10,6 @@
 #include "veskctl_ground.hpp"
 
 using namespace VeskTest;
-using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
