@@ -1,6 +1,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <map>
 #include <random>
@@ -185,6 +186,17 @@ TEST_F(SectionWriter, ReplacesTheSectionAndKeepsTheRest)
     Set("new", "2");
     EXPECT_EQ(Add(), 0);
     EXPECT_EQ(ReadText(kPath), "# mine\n[X]\nnew=2\n\n[Service]\nExecStart=/bin/true\n");
+}
+
+TEST_F(SectionWriter, TakesTheDescriptorZeroOfACallerWithoutIt)
+{
+    WriteText(kPath, "[A]\na=1\n");
+    EXPECT_EQ(RunInChild([this] {
+                  close(0);
+                  return Add() == 0 && fcntl(0, F_GETFD) < 0 ? 0 : 1;
+              }),
+              Exited(0));
+    EXPECT_EQ(ReadText(kPath), "[A]\na=1\n\n[X]\n");
 }
 
 TEST_F(SectionWriter, KeepsModeAndOwner)
