@@ -91,7 +91,7 @@ TEST_F(RunnerOutput, KeepsZeroBytesAtTheEndOfLines)
 
 TEST_F(RunnerOutput, MayBeAHundredMegabytesOfLines)
 {
-    constexpr std::size_t kLines = 1024 * 1024;
+    constexpr std::size_t kLines = 1024UL * 1024;
     const std::string line = std::string(99, 'x') + "\n";
     systemctl.OnAny().Stdout(line, kLines).Exit(4);
     const RunnerCall call = RunSystemctl("show", {});
@@ -103,7 +103,7 @@ TEST_F(RunnerOutput, MayBeAHundredMegabytesOfLines)
 
 TEST_F(RunnerOutput, MayBeOneLineOfAHundredMegabytes)
 {
-    constexpr std::size_t kBytes = 100 * 1024 * 1024;
+    constexpr std::size_t kBytes = 100UL * 1024 * 1024;
     systemctl.OnAny().Stderr("x", kBytes).Stderr("\n").Stdout("end");
     const RunnerCall call = RunSystemctl("show", {});
     ASSERT_THAT(call.lines, SizeIs(2));

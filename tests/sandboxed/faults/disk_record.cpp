@@ -26,8 +26,8 @@ std::string MemoryOf(pid_t pid, unsigned long long address, std::size_t size)
 {
     std::string bytes(size, '\0');
     iovec local{bytes.data(), size};
-    iovec remote{reinterpret_cast<void*>(address),
-                 size}; // NOLINT(performance-no-int-to-ptr): another process's
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): another process's
+    iovec remote{reinterpret_cast<void*>(address), size};
     const ssize_t got = process_vm_readv(pid, &local, 1, &remote, 1, 0);
     bytes.resize(got < 0 ? 0 : static_cast<std::size_t>(got));
     return bytes;

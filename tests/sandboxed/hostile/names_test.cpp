@@ -29,7 +29,7 @@ const Words kShortList{
     std::string("nul\0/../victim", 14),
     "../../../run/victim",
     "line\nfeed and %s%n%d%m",
-    std::string(64 * 1024, 'x'),
+    std::string(64UL * 1024, 'x'),
 };
 
 const Words kRest{

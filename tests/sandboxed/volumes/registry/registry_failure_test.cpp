@@ -338,7 +338,7 @@ TEST_P(RegistryFailure, LeavesNoLockToAChildThatAnotherThreadForks)
 
 TEST_P(RegistryFailure, OfAnArrayThatCouldNotBeReadAgain)
 {
-    const std::string large = "[\"/" + std::string(1024 * 1024 - 10, 'x') + "\"]";
+    const std::string large = "[\"/" + std::string(1024UL * 1024 - 10, 'x') + "\"]";
     WriteText(file, large);
     if (GetParam().registers) {
         EXPECT_FALSE(Run("/" + std::string(100, 'y')));
