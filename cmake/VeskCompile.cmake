@@ -1,8 +1,8 @@
 # vesk_compile(TARGET): warnings, hardening, sanitizers and coverage as this build was configured.
-# vesk_compile_test(TARGET [HOLDS_TESTED_CODE]): the same for a test's own code, which has no use for optimisation
-# and, when it holds none of the code that it tests, none for the sanitizers of memory and undefined behaviour:
-# each would take more than half of the build's time. (The thread sanitizer has to see everything, and
-# VESK_SANITIZE_TESTS has the others see it too.)
+# vesk_compile_uncounted(TARGET): the same without counters of coverage.
+# vesk_compile_test(TARGET [HOLDS_TESTED_CODE]): the same for a test's own code, which has no use for optimisation and,
+# when it holds none of the code that it tests, none for the sanitizer of undefined behaviour, which would take half of
+# the build's time. Those of memory and of threads watch it too.
 include_guard()
 
 set(VESK_WARNINGS
@@ -29,10 +29,8 @@ else()
     # The sanitizers resolve their runtime when the program is linked, so only plain builds ask for this.
     set(VESK_LIBRARY_LINK -Wl,-z,defs)
 endif()
-if(VESK_COVERAGE)
-    # Threads and processes count at once.
-    list(APPEND VESK_INSTRUMENT --coverage -fprofile-update=atomic)
-endif()
+# Threads and processes count at once. Each line is to count for itself, whatever the build optimises.
+set(VESK_COUNT --coverage -fprofile-update=atomic -O0 -U_FORTIFY_SOURCE)
 
 # vesk_fortify(RESULT LANGUAGE): the level for the optimised builds, unless the builder's own flags have one.
 function(vesk_fortify result language)
@@ -45,7 +43,7 @@ endfunction()
 vesk_fortify(VESK_FORTIFY_C C)
 vesk_fortify(VESK_FORTIFY_CXX CXX)
 
-function(vesk_compile target)
+function(vesk_compile_uncounted target)
     target_compile_options(${target} PRIVATE
         ${VESK_WARNINGS} $<$<COMPILE_LANGUAGE:CXX>:${VESK_CXX_WARNINGS}> ${VESK_HARDENING} ${VESK_INSTRUMENT})
     target_compile_definitions(${target} PRIVATE
@@ -55,6 +53,14 @@ function(vesk_compile target)
         target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
     endif()
     target_link_options(${target} PRIVATE ${VESK_LINK_HARDENING} ${VESK_INSTRUMENT})
+endfunction()
+
+function(vesk_compile target)
+    vesk_compile_uncounted(${target})
+    if(VESK_COVERAGE)
+        target_compile_options(${target} PRIVATE ${VESK_COUNT})
+        target_link_options(${target} PRIVATE --coverage)
+    endif()
     get_target_property(type ${target} TYPE)
     if(type STREQUAL "SHARED_LIBRARY")
         # What is never destroyed must not be made anew each time that a program loads its plug-ins.
@@ -68,17 +74,22 @@ endfunction()
 
 function(vesk_compile_test target)
     cmake_parse_arguments(COMPILE "HOLDS_TESTED_CODE" "" "" ${ARGN})
-    vesk_compile(${target})
+    if(COMPILE_HOLDS_TESTED_CODE)
+        vesk_compile(${target})
+    else()
+        vesk_compile_uncounted(${target})
+    endif()
     target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-O0;-g1;-U_FORTIFY_SOURCE>)
     get_target_property(type ${target} TYPE)
     if(VESK_COVERAGE AND type STREQUAL "EXECUTABLE")
+        target_link_options(${target} PRIVATE --coverage)
         target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/coverage_program.c)
         target_link_options(${target} PRIVATE -Wl,--wrap=_exit)
     endif()
     if(VESK_SANITIZE)
         target_compile_definitions(${target} PRIVATE VESK_SANITIZED)
-        if(NOT VESK_SANITIZE STREQUAL "thread" AND NOT COMPILE_HOLDS_TESTED_CODE AND NOT VESK_SANITIZE_TESTS)
-            target_compile_options(${target} PRIVATE -fno-sanitize=all)
+        if(VESK_SANITIZE MATCHES "undefined" AND NOT COMPILE_HOLDS_TESTED_CODE)
+            target_compile_options(${target} PRIVATE -fno-sanitize=undefined)
         endif()
     endif()
 endfunction()
