@@ -21,7 +21,8 @@ Moment g_restAsked;
 
 extern "C" int clock_nanosleep(clockid_t clock, int flags, const timespec* until, timespec* left)
 {
-    static const auto next = VeskTest::NextFunction<decltype(clock_nanosleep)>("clock_nanosleep");
+    static const auto next = VeskTest::NextFunction<decltype(clock_nanosleep)>(
+        VeskTest::WideName("clock_nanosleep", "__clock_nanosleep_time64"));
     if (g_restAsked == Moment()) {
         g_restAsked = std::chrono::steady_clock::now();
         g_restEnd = Moment(std::chrono::seconds(until->tv_sec) + std::chrono::nanoseconds(until->tv_nsec));
