@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstdlib>
 #include <fcntl.h>
 #include <gmock/gmock.h>
@@ -64,6 +65,16 @@ protected:
     {
         systemctl.On(StateQuestion(unit)).Stdout(StateAnswer(state, "running"));
         systemctl.On({"show", "--property", "ActiveState", unit}).Stdout("ActiveState=" + state + "\n");
+    }
+
+    // What systemctl was told to start, in this order.
+    std::vector<std::string> Starts() const
+    {
+        std::vector<std::string> starts = systemctl.Arguments();
+        starts.erase(std::remove_if(starts.begin(), starts.end(),
+                                    [](const std::string& words) { return words.rfind("start ", 0) != 0; }),
+                     starts.end());
+        return starts;
     }
 
     ScriptedSystemctl systemctl;
@@ -352,6 +363,21 @@ TEST_F(VeskctlVolume, UnmountIsNotBegunWhenWhatIsLeftOverDoesNotStart)
                 HasSubstr("veskctl: bar.service: start failed: failed (exit-code, status 7): Job for "
                           "bar.service failed.\nveskctl: nothing was begun"));
     EXPECT_TRUE(IsMounted());
+}
+
+TEST_F(VeskctlVolume, UnmountStartsWhatIsLeftOverBeforeItBegins)
+{
+    const ServiceProcess holder("foo.service",
+                                [] { VeskGround::Require(chdir(kVolume), "change to", kVolume); });
+    WriteText(kNote, "bar.service\n");
+    systemctl.On(StateQuestion("bar.service")).Stdout(StateAnswer("inactive", "dead"));
+
+    const Use use = Veskctl("volume unmount /volume1 -- true");
+
+    EXPECT_EQ(use.exitCode, 0) << use.err;
+    EXPECT_THAT(use.out, HasSubstr("bar.service: started again after an unmount action that was killed\n"));
+    EXPECT_THAT(Starts(), ElementsAre("start bar.service", kStartBegin, kStartEnd));
+    EXPECT_FALSE(Exists(kNote));
 }
 
 TEST_F(VeskctlVolume, RecoverStartsWhatAKilledActionHasLeftStopped)
