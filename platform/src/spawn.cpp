@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <fcntl.h>
 #include <sched.h>
+#include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -27,7 +28,8 @@ namespace VESK::Platform
 namespace
 {
 
-constexpr std::size_t kStackSize = 16UL * 1024;
+constexpr std::size_t kStackSize = 64UL * 1024;
+constexpr std::size_t kAboveFirstFrame = 64;
 constexpr std::size_t kKernelSignalSetSize = 8;
 constexpr int kSignals = 64;
 constexpr int kNotRun = 127;
@@ -95,6 +97,31 @@ VESK_CHILD_CODE int RunChild(void* argument)
     return kNotRun;
 }
 
+class ChildStack
+{
+public:
+    ChildStack()
+        : m_base(mmap(nullptr, kStackSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK,
+                      -1, 0))
+    {
+    }
+    ChildStack(const ChildStack&) = delete;
+    ChildStack& operator=(const ChildStack&) = delete;
+    ~ChildStack()
+    {
+        if (IsMapped()) {
+            munmap(m_base, kStackSize);
+        }
+    }
+
+    bool IsMapped() const { return m_base != MAP_FAILED; }
+    /** On 32-bit ARM syscall() reads more arguments from its caller's frame than it was given, and past this one. */
+    void* Top() const { return static_cast<char*>(m_base) + kStackSize - kAboveFirstFrame; }
+
+private:
+    void* m_base;
+};
+
 /** Keeps the caller's handlers from running, here and in a child that is born meanwhile. */
 class SignalsBlocked
 {
@@ -131,13 +158,15 @@ pid_t CloneChild(ChildPlan& plan, void* stack, int& pidFd)
 int Child::Start(const char* path, char* const argv[], ChildEnvironment& environment,
                  const ChildOutput& output)
 {
-    // A piece of the caller's, who waits meanwhile.
-    alignas(std::max_align_t) char stack[kStackSize];
+    const ChildStack stack;
+    if (!stack.IsMapped()) {
+        return errno;
+    }
     ChildPlan plan{path, argv, environment.Get(), output, 0};
     int pidFd = -1;
     {
         const SignalsBlocked blocked;
-        m_pid = CloneChild(plan, stack + kStackSize, pidFd);
+        m_pid = CloneChild(plan, stack.Top(), pidFd);
         if (m_pid < 0) {
             return errno;
         }
