@@ -117,6 +117,8 @@ Exit Shielded(const std::function<Exit()>& work)
         setpgid(0, 0);
         // Who is not in front may change who is, and print.
         signal(SIGTTOU, SIG_IGN);
+        // A reader of what this prints that goes away does not end it.
+        signal(SIGPIPE, SIG_IGN);
         const Exit result = work();
         std::cout << std::flush;
         _exit(static_cast<int>(result));
