@@ -28,6 +28,16 @@ bool Asked(const Texts& vecArguments)
     return true;
 }
 
+/** Whether all is where it was printed to; complains when it is not. */
+bool IsWritten()
+{
+    if (std::cout << std::flush) {
+        return true;
+    }
+    Complain("the output could not be written");
+    return false;
+}
+
 Exit Main(int nArguments, char** ppArguments)
 {
     const Texts vecArguments(ppArguments + (nArguments > 0 ? 1 : 0), ppArguments + nArguments);
@@ -44,7 +54,8 @@ int main(int nArguments, char** ppArguments)
     // Whoever starts this may ignore it, and then no child's end is told.
     signal(SIGCHLD, SIG_DFL);
     try {
-        return static_cast<int>(Veskctl::Main(nArguments, ppArguments));
+        const Veskctl::Exit result = Veskctl::Main(nArguments, ppArguments);
+        return static_cast<int>(Veskctl::IsWritten() ? result : Veskctl::Exit::Failed);
     } catch (const std::exception& error) {
         Veskctl::Complain(error.what());
         return static_cast<int>(Veskctl::Exit::Failed);

@@ -31,6 +31,8 @@ void Prepare(CLI::App& app)
     app.set_help_flag();
     app.add_flag("--help,-h");
     app.add_flag("--verbose");
+    // After a verb a word is a name, though there may be a verb of that name too.
+    app.require_subcommand(0, 1);
 }
 
 /** The parser's command for a verb; that of its first word is made with the first verb that has it. */

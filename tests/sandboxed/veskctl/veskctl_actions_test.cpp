@@ -230,6 +230,29 @@ TEST(VeskctlUse, RefusesWhatItDoesNotUnderstandWithTwoAndTellsWhereHelpIs)
     EXPECT_THAT(systemctl.Arguments(), ElementsAre());
 }
 
+TEST(VeskctlUse, TakesWordsAfterAVerbForNamesThoughThereAreVerbsCalledSo)
+{
+    ScriptedSystemctl systemctl;
+    systemctl.OnAny();
+
+    EXPECT_EQ(Veskctl("stop volume start reason").exitCode, 0);
+    EXPECT_EQ(Veskctl("reason list mask").exitCode, 0);
+    EXPECT_EQ(Veskctl("reason remove stop list").exitCode, 0);
+
+    EXPECT_THAT(systemctl.Arguments(), ElementsAre("stop volume start reason", "reset-failed list"));
+}
+
+TEST(VeskctlUse, FailsWhenItsOutputCannotBeWritten)
+{
+    ScriptedSystemctl systemctl;
+    systemctl.OnAny();
+
+    const ShellResult full = RunShell(std::string(VESKCTL) + " --help 2>&1 >/dev/full");
+
+    EXPECT_EQ(full.ending, Exited(1));
+    EXPECT_EQ(full.output, "veskctl: the output could not be written\n");
+}
+
 TEST(VeskctlUse, IsNotPermittedToOthersThanRootWhereItChangesTheSystem)
 {
     if (system("setpriv --reuid=1 --clear-groups true") != 0) {
