@@ -78,10 +78,11 @@ bool PropertiesGet(const std::string& strUnit, const Texts& vecNames, Properties
 UnitState UnitStateGet(const std::string& strUnit)
 {
     Properties mapProperties;
-    PropertiesGet(strUnit, {"LoadState", "LoadError", "ActiveState", "SubState", "Result", "ExecMainStatus"},
-                  mapProperties);
+    const bool blTold = PropertiesGet(
+        strUnit, {"LoadState", "LoadError", "ActiveState", "SubState", "Result", "ExecMainStatus"},
+        mapProperties);
     return {NormalizedUnitNameGet(strUnit), mapProperties["LoadState"], mapProperties["ActiveState"],
-            mapProperties["SubState"], ReasonOf(mapProperties)};
+            mapProperties["SubState"],      ReasonOf(mapProperties),    blTold};
 }
 
 std::string Described(const UnitState& state, const std::string& strRefusal)

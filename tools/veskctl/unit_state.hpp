@@ -22,6 +22,8 @@ struct UnitState {
     std::string strSub;
     /** Why it is in that state, in systemd's words; empty when there is nothing to tell. */
     std::string strReason;
+    /** Whether systemctl has told all this. */
+    bool blTold = false;
 
     bool IsKnown() const { return !strLoad.empty() && strLoad != "not-found"; }
     bool IsActive() const { return strActive == "active" || strActive == "reloading"; }

@@ -1,8 +1,10 @@
 #include "volume_recover.hpp"
 
 #include <algorithm>
+#include <cerrno>
 #include <fstream>
 #include <set>
+#include <stdexcept>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,6 +17,7 @@
 #include "core/pause.hpp"
 #include "output.hpp"
 #include "progress.hpp"
+#include "shielded.hpp"
 #include "unit_state.hpp"
 
 using namespace VESK::Systemd;
@@ -26,15 +29,33 @@ namespace
 
 constexpr const char* kNote = "/run/vesksystemd/veskctl-unmount";
 
+/** For what is left over has to be known before it is forgotten. */
+[[noreturn]] void UntoldThrow(const std::string& strWhat)
+{
+    throw std::runtime_error(strWhat + ", so it is not known what an earlier action has left stopped");
+}
+
+/** The state of a unit; throws when it is not told. */
+UnitState ToldState(const std::string& strUnit)
+{
+    UnitState state = UnitStateGet(strUnit);
+    if (!state.blTold) {
+        UntoldThrow("systemctl did not answer about " + strUnit);
+    }
+    return state;
+}
+
 /** The services of the last action of all, if what stops them is still in force: it gives way to their start. */
 void ActionServicesAdd(std::set<std::string>& setUnits)
 {
-    const std::string strActive = UnitStateGet(kUnmountBeginTarget).strActive;
+    const std::string strActive = ToldState(kUnmountBeginTarget).strActive;
     if (strActive != "active" && strActive != "activating") {
         return;
     }
     Properties mapProperties;
-    PropertiesGet(kUnmountEndTarget, {"Wants"}, mapProperties);
+    if (!PropertiesGet(kUnmountEndTarget, {"Wants"}, mapProperties)) {
+        UntoldThrow("systemctl did not answer about " + std::string(kUnmountEndTarget));
+    }
     for (const std::string& strUnit : Pieces(mapProperties["Wants"], " ")) {
         setUnits.insert(strUnit);
     }
@@ -43,7 +64,9 @@ void ActionServicesAdd(std::set<std::string>& setUnits)
 void NotedAdd(std::set<std::string>& setUnits)
 {
     std::string strText;
-    FileRead(kNote, strText);
+    if (!FileRead(kNote, strText) && errno != ENOENT) {
+        UntoldThrow(std::string(kNote) + " cannot be read");
+    }
     Lines lines(strText);
     for (std::string_view svLine; lines.Next(svLine);) {
         setUnits.insert(std::string(svLine));
@@ -54,7 +77,7 @@ void NotedAdd(std::set<std::string>& setUnits)
 void StopAwait()
 {
     const Progress progress("the stop that the killed action has queued");
-    while (VESKSystemdIsJobEnqueued(kUnmountBeginTarget)) {
+    while (!IsInterrupted() && VESKSystemdIsJobEnqueued(kUnmountBeginTarget)) {
         PauseSecond();
     }
 }
@@ -86,7 +109,7 @@ Texts LeftoverGet()
     Texts vecLeft;
     for (const std::string& strUnit : setUnits) {
         // What was uninstalled or masked meanwhile is not to come back.
-        const UnitState state = UnitStateGet(strUnit);
+        const UnitState state = ToldState(strUnit);
         if (state.strLoad == "loaded" && !state.IsActive() && state.strActive != "activating") {
             vecLeft.push_back(strUnit);
         }

@@ -1,6 +1,7 @@
 #include "volume_unmount.hpp"
 
 #include <algorithm>
+#include <functional>
 #include <stdexcept>
 #include <unistd.h>
 
@@ -74,7 +75,10 @@ std::vector<UnitState> NotActive(const Texts& vecUnits)
     return vecStates;
 }
 
-/** Starts what was stopped only because it needs what the action has stopped: the action starts its own alone. */
+/**
+ * Starts what is inactive now: some of it was stopped because it needs what the action has stopped, and the action starts
+ * its own alone.
+ */
 void NeedingStart(const Texts& vecBefore)
 {
     Texts vecInactive;
@@ -150,10 +154,13 @@ bool Act(const Call& call, const Texts& vecVolumes)
     if (IsInterrupted()) {
         return false;
     }
-    if (call.vecCommand.empty()) {
-        return std::all_of(vecVolumes.begin(), vecVolumes.end(), Unmount);
+    if (!call.vecCommand.empty()) {
+        return CommandDone(call.vecCommand);
     }
-    return CommandDone(call.vecCommand);
+    // A volume that is mounted below another one goes before that.
+    Texts vecOrdered = vecVolumes;
+    std::sort(vecOrdered.begin(), vecOrdered.end(), std::greater<>());
+    return std::all_of(vecOrdered.begin(), vecOrdered.end(), Unmount);
 }
 
 /** The action between the stop and the start of the units. Tells what went wrong. */
@@ -188,6 +195,10 @@ Exit WholeRun(const Call& call, const Texts& vecVolumes)
         Complain("nothing was begun: what an earlier action has left stopped does not start");
         return Exit::Failed;
     }
+    if (IsInterrupted()) {
+        Complain("interrupted; nothing was begun");
+        return Exit::Failed;
+    }
     const Texts vecBefore = ActiveUnits();
     if (!ActiveNote(vecBefore)) {
         Complain("nothing was begun: the way back cannot be noted below /run/vesksystemd");
@@ -200,7 +211,7 @@ Exit WholeRun(const Call& call, const Texts& vecVolumes)
     if (IsInterrupted()) {
         Complain("interrupted");
     }
-    return blDone && blBack ? Exit::Done : Exit::Failed;
+    return blDone && blBack && !IsInterrupted() ? Exit::Done : Exit::Failed;
 }
 
 Exit UnmountRun(const Call& call)

@@ -12,6 +12,7 @@
 #include "paths.hpp"
 #include "scripted_program.hpp"
 #include "service_process.hpp"
+#include "shell.hpp"
 #include "unit_files.hpp"
 #include "veskctl_ground.hpp"
 
@@ -243,6 +244,36 @@ TEST_F(VeskctlVolume, UnmountStopsTheUsersUnmountsAndStartsThemAgain)
     EXPECT_THAT(systemctl.Arguments(), AllOf(Contains(kStartBegin), Contains(kStartEnd)));
 }
 
+TEST_F(VeskctlVolume, UnmountTakesTheVolumesBelowOthersFirst)
+{
+    MakeFolder("/volume1/below");
+    ASSERT_EQ(mount("below", "/volume1/below", "tmpfs", 0, nullptr), 0);
+
+    const Use use = Veskctl("volume unmount /volume1 /volume1/below");
+
+    EXPECT_EQ(use.exitCode, 0) << use;
+    EXPECT_THAT(use.out, HasSubstr("\n/volume1/below: unmounted\n/volume1: unmounted\n"));
+    EXPECT_FALSE(IsMounted());
+}
+
+TEST_F(VeskctlVolume, UnmountStartsTheUnitsAgainThoughNobodyReadsWhatItPrints)
+{
+    WriteUnitFile(UnitFolder::Usr, "dep.service", "[X-Veskline]\nVolumeDependency=all\n");
+    systemctl.On({"start", "--job-mode=replace-irreversibly", "unmount-volume-begin.target"})
+        .CreateFile("/tmp/stop-begun")
+        .WaitForFile("/tmp/reader-gone");
+
+    const ShellResult reader =
+        RunShell(std::string(VESKCTL) + " volume unmount /volume1 2>/tmp/veskctl-errors | sh -c '"
+                                        "while ! test -e /tmp/stop-begun; do sleep 0.02; done; "
+                                        "exec <&-; : >/tmp/reader-gone'");
+
+    EXPECT_EQ(reader.ending, Exited(0));
+    EXPECT_TRUE(Eventually([] { return !Exists(kNote); })) << ReadText("/tmp/veskctl-errors");
+    EXPECT_THAT(Starts(), ElementsAre(kStartBegin, kStartEnd));
+    EXPECT_FALSE(IsMounted());
+}
+
 TEST_F(VeskctlVolume, UnmountRunsACommandInsteadAndTellsItsFailure)
 {
     const Use done = Veskctl("volume unmount /volume1 -- sh -c 'cat /volume1/file'");
@@ -405,6 +436,34 @@ TEST_F(VeskctlVolume, RecoverStartsNothingWhenNothingIsLeftOver)
 
     EXPECT_EQ(Veskctl("volume recover"), (Use{0, "", ""}));
     EXPECT_THAT(systemctl.Arguments(), Not(Contains(StartsWith("start"))));
+}
+
+TEST_F(VeskctlVolume, RecoverForgetsNothingWhenSystemctlDoesNotAnswer)
+{
+    WriteText(kNote, "bar.service\n");
+    systemctl.On(StateQuestion("bar.service")).Stderr("Failed to connect to bus\n").Exit(1);
+
+    EXPECT_EQ(Veskctl("volume recover"),
+              (Use{1, "",
+                   "veskctl: systemctl did not answer about bar.service, so it is not known what an earlier "
+                   "action has left stopped\n"}));
+    EXPECT_EQ(Veskctl("volume unmount /volume1").exitCode, 1);
+
+    EXPECT_EQ(ReadText(kNote), "bar.service\n");
+    EXPECT_THAT(Starts(), ElementsAre());
+    EXPECT_TRUE(IsMounted());
+}
+
+TEST_F(VeskctlVolume, RecoverForgetsNothingOfANoteThatCannotBeRead)
+{
+    MakeFolder(kNote);
+
+    EXPECT_EQ(
+        Veskctl("volume recover"),
+        (Use{1, "",
+             "veskctl: /run/vesksystemd/veskctl-unmount cannot be read, so it is not known what an earlier "
+             "action has left stopped\n"}));
+    RemoveAll(kNote);
 }
 
 TEST_F(VeskctlVolume, RecoverLeavesARunningActionAlone)
