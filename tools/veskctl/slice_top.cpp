@@ -29,7 +29,10 @@ void End(int)
 
 void Ignore(int) {}
 
-/** The terminal without echo and lines, with an empty screen of its own; as it was afterwards. */
+/** What Ctrl-C types where keys send no signals: one that stopped this would leave the terminal as it is. */
+constexpr char kInterrupt = '\003';
+
+/** The terminal without echo, lines and signals, with an empty screen of its own; as it was afterwards. */
 class Screen
 {
 public:
@@ -37,7 +40,7 @@ public:
     {
         tcgetattr(STDIN_FILENO, &m_before);
         termios raw = m_before;
-        raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+        raw.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO | ISIG);
         tcsetattr(STDIN_FILENO, TCSANOW, &raw);
         Write("\033[?1049h\033[?25l");
         struct sigaction action {
@@ -83,7 +86,9 @@ void KeyTake(char c, std::string& strKey)
     for (const std::string& strSort : SortKeys()) {
         strKey = strSort[0] == c ? strSort : strKey;
     }
-    ended = ended != 0 || c == 'q' || c == 'Q' ? 1 : 0;
+    if (c == 'q' || c == 'Q' || c == kInterrupt) {
+        ended = 1;
+    }
 }
 
 /** Waits for a key until then; draws again at each, and when the terminal changes its size. */
